@@ -1,0 +1,9 @@
+#include "app/Copyright.h"
+
+namespace Copyright {
+
+QString notice() {
+    return QStringLiteral("Copyright ") + QChar(169) + QStringLiteral(" 2026 Tarnwick developers");
+}
+
+} // namespace Copyright

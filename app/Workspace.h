@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// The workspace: one folder per GPS unit (a device) under a fixed root, ~/GPX.
+namespace Workspace {
+
+// The root as a path: the home folder plus "/GPX" (C:\GPX on Windows).
+QString rootPath();
+
+// The root as the user knows it, for texts shown in the window: "~/GPX" (C:\GPX on Windows).
+QString displayRoot();
+
+// A folder path shown the way the user knows it: the home folder as "~".
+QString displayPath(const QString& path);
+
+// The device names: every sub-folder of the root, by name without regard to case, runs of
+// digits in numeric order ("Nuvi_2" before "Nuvi_10").
+QStringList deviceNames();
+
+// The entry of a folder whose name equals the name without regard to case, as a full path;
+// the folder plus the name when there is none.
+QString findEntry(const QString& folder, const QString& name);
+
+// Creates one folder (its parent must exist) and ignores every failure, such as the folder
+// existing already.
+void MakeFolder(const QString& path);
+
+} // namespace Workspace

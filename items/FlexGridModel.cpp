@@ -1,0 +1,119 @@
+#include "items/FlexGridModel.h"
+
+FlexGridModel::FlexGridModel(int cols, QObject* parent)
+    : QAbstractTableModel(parent)
+    , m_columns(std::size_t(qMax(cols, 1))) {}
+
+int FlexGridModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : m_rows;
+}
+
+int FlexGridModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : Cols();
+}
+
+QVariant FlexGridModel::data(const QModelIndex& index, int role) const {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+        return {};
+    if (role == Qt::DisplayRole || role == Qt::EditRole)
+        return TextMatrix(index.row(), index.column());
+    return {};
+}
+
+bool FlexGridModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid) || role != Qt::EditRole)
+        return false;
+    setTextMatrix(index.row(), index.column(), value.toString());
+    return true;
+}
+
+QVariant FlexGridModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (role != Qt::DisplayRole)
+        return {};
+    if (orientation == Qt::Horizontal && m_fixedRows > 0 && m_rows > 0 && section >= 0 &&
+        section < Cols())
+        return TextMatrix(0, section);
+    return {};
+}
+
+Qt::ItemFlags FlexGridModel::flags(const QModelIndex& index) const {
+    if (!index.isValid())
+        return Qt::NoItemFlags;
+    return Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+}
+
+void FlexGridModel::setRows(int rows) {
+    rows = qMax(rows, 0);
+    if (rows == m_rows)
+        return;
+    if (rows == 0) {
+        beginResetModel();
+        for (auto& column : m_columns)
+            column.clear();
+        m_rows = 0;
+        endResetModel();
+        return;
+    }
+    if (rows < m_rows) {
+        beginRemoveRows({}, rows, m_rows - 1);
+        for (auto& column : m_columns)
+            column.resize(rows);
+        m_rows = rows;
+        endRemoveRows();
+    } else {
+        beginInsertRows({}, m_rows, rows - 1);
+        for (auto& column : m_columns)
+            column.resize(rows);
+        m_rows = rows;
+        endInsertRows();
+    }
+    if (m_fixedRows > m_rows)
+        setFixedRows(m_rows);
+}
+
+void FlexGridModel::setFixedRows(int fixedRows) {
+    fixedRows = qBound(0, fixedRows, m_rows);
+    if (fixedRows == m_fixedRows)
+        return;
+    m_fixedRows = fixedRows;
+    emit headerDataChanged(Qt::Horizontal, 0, Cols() - 1);
+    emit fixedRowsChanged(m_fixedRows);
+}
+
+const QString& FlexGridModel::TextMatrix(int row, int col) const {
+    static const QString none;
+    if (row < 0 || row >= m_rows || col < 0 || col >= Cols())
+        return none;
+    return m_columns[std::size_t(col)][row];
+}
+
+void FlexGridModel::setTextMatrix(int row, int col, const QString& text) {
+    if (row < 0 || row >= m_rows || col < 0 || col >= Cols())
+        return;
+    QString& cell = m_columns[std::size_t(col)][row];
+    if (cell == text && cell.isNull() == text.isNull())
+        return;
+    cell = text;
+    const QModelIndex changed = index(row, col);
+    emit dataChanged(changed, changed, {Qt::DisplayRole, Qt::EditRole});
+    if (row == 0 && m_fixedRows > 0)
+        emit headerDataChanged(Qt::Horizontal, col, col);
+}
+
+void FlexGridModel::AddItem(const QString& text) {
+    appendRows({text.split(QLatin1Char('\t'))});
+}
+
+void FlexGridModel::appendRows(const QList<QStringList>& rows) {
+    if (rows.isEmpty())
+        return;
+    beginInsertRows({}, m_rows, m_rows + int(rows.size()) - 1);
+    for (std::size_t c = 0; c < m_columns.size(); ++c) {
+        QList<QString>& column = m_columns[c];
+        column.reserve(m_rows + rows.size());
+        for (const QStringList& row : rows)
+            column.append(qsizetype(c) < row.size() ? row[qsizetype(c)] : QString());
+    }
+    m_rows += int(rows.size());
+    endInsertRows();
+}
