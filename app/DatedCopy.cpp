@@ -12,8 +12,7 @@ namespace {
 constexpr qint64 blockSize = 256 * 1024;
 
 // Whether two files hold the same bytes.
-bool sameBytes(const QString& a, const QString& b)
-{
+bool sameBytes(const QString& a, const QString& b) {
     QFile first(a);
     QFile second(b);
     if (first.size() != second.size())
@@ -33,19 +32,16 @@ bool sameBytes(const QString& a, const QString& b)
 
 namespace DatedCopy {
 
-QString copyName(const QDateTime& when)
-{
+QString copyName(const QDateTime& when) {
     return when.toString(QStringLiteral("yyyy-MM-dd-HHmm")) + QStringLiteral("_CURRENT.GPX");
 }
 
-QString copyName(const QDateTime& when, int n)
-{
-    return when.toString(QStringLiteral("yyyy-MM-dd-HHmm")) + QLatin1Char('-')
-           + QString::number(n) + QStringLiteral("_CURRENT.GPX");
+QString copyName(const QDateTime& when, int n) {
+    return when.toString(QStringLiteral("yyyy-MM-dd-HHmm")) + QLatin1Char('-') +
+           QString::number(n) + QStringLiteral("_CURRENT.GPX");
 }
 
-Result copyInto(QIODevice& source, const QString& folder, const QDateTime& when)
-{
+Result copyInto(QIODevice& source, const QString& folder, const QDateTime& when) {
     Result result;
     QTemporaryFile copy(QDir(folder).filePath(QStringLiteral(".tarnwick-copy-XXXXXX")));
     if (!copy.open()) {

@@ -16,9 +16,9 @@ QString copyName(const QDateTime& when);
 QString copyName(const QDateTime& when, int n);
 
 struct Result {
-    QString path;          // the copy, new or found equal
-    QString error;         // the reason of a failure; nothing was left behind then
-    bool existed = false;  // an equal copy of that minute was there already
+    QString path;         // the copy, new or found equal
+    QString error;        // the reason of a failure; nothing was left behind then
+    bool existed = false; // an equal copy of that minute was there already
 };
 
 // Copies the source's bytes into the folder. The copy is written under a temporary name and
