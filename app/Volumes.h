@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QByteArrayView>
+#include <QList>
+#include <QString>
+
+// The volumes a source file can be chosen from: the root file system, separately mounted
+// folders such as /home, and removable media such as a nüvi plugged in over USB.
+struct Volume {
+    // The mount point, e.g. "/" or "/media/anna/GARMIN".
+    QString rootPath;
+    // What a person recognises: the volume's label (or its device) and its mount point.
+    QString label;
+    // The unit's model description from Garmin/GarminDevice.xml, or empty.
+    QString garminModel;
+    // The unit's Garmin/GPX folder when the volume has one, else empty.
+    QString gpxFolder;
+};
+
+// The mounted volumes a person would choose from, the root file system first, the others
+// by mount point. Pseudo file systems (proc, sysfs, tmpfs, cgroups, snap images, container
+// layers under /run ...) are left out.
+QList<Volume> mountedVolumes();
+
+// The same volumes with their mount points only, without looking into them: quick enough to
+// call whenever a folder list changes folder.
+QList<Volume> mountedRoots();
+
+// Whether a mount belongs in the volume list. The root file system always does.
+bool isUserVolume(const QString& rootPath, const QByteArray& fileSystemType);
+
+// Describes the volume mounted at rootPath: looks for a Garmin unit's folders on it, whose
+// names the unit writes in any case ("Garmin/GPX", "GARMIN/gpx").
+Volume volumeAt(const QString& rootPath, const QString& name);
+
+// The volume that holds the path: the one with the longest mount point that is the path or
+// one of its ancestors. A default Volume when none does.
+Volume volumeOf(const QString& path, const QList<Volume>& volumes);
+
+// The model description of a Garmin unit from its GarminDevice.xml
+// (<Device><Model><Description>nüvi 200W</Description>...), or empty when the text has none.
+QString garminModelFrom(QByteArrayView garminDeviceXml);
+
+// Why a volume's root can't be listed, or empty when it can.
+QString unreadableReason(const QString& rootPath);
