@@ -41,7 +41,7 @@ QString DriveListBox::currentFolderOf(const QString& drive) const {
     QString folder = m_folders.value(root);
     while (folder.size() > root.size() && !QFileInfo(folder).isDir())
         folder = QFileInfo(folder).path();
-    if (folder.size() > root.size())
+    if (!folder.isEmpty() && QFileInfo(folder).isDir())
         return folder;
 
     if (!volume.gpxFolder.isEmpty() && QFileInfo(volume.gpxFolder).isDir())
