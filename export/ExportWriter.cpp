@@ -1,0 +1,442 @@
+#include "export/ExportWriter.h"
+
+#include "export/CodePage.h"
+#include "items/FlexGridModel.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QIODevice>
+#include <QRandomGenerator>
+#include <QSet>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <system_error>
+
+#ifdef Q_OS_UNIX
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+constexpr QByteArrayView lineEnd("\r\n");
+constexpr QByteArrayView trackStart("<trk>");
+constexpr QByteArrayView fileEnd("</gpx>");
+constexpr qint64 scratchBlockSize = 64 * 1024;
+
+bool writeBytesLine(QIODevice& out, QByteArrayView line) {
+    return out.write(line.data(), line.size()) == line.size() &&
+           out.write(lineEnd.data(), lineEnd.size()) == lineEnd.size();
+}
+
+bool writeTextLine(QIODevice& out, QStringView text) {
+    return writeBytesLine(out, CodePage::fromUnicode(text));
+}
+
+bool isMarked(const FlexGridModel& grid, int row) {
+    return grid.TextMatrix(row, 0) == QLatin1String("X");
+}
+
+// The favorite's text with its symbol replaced: everything up to and including the first
+// "<sym>", the DeLorme symbol, then everything from the first "</sym>" on. The two tags are
+// found independently, so a "</sym>" that stands before the "<sym>" brings that stretch of the
+// text twice, and without any "</sym>" the whole text follows the symbol.
+QString convertedCode(const QString& xml, const QString& delorme) {
+    static const QString symOpen = QStringLiteral("<sym>");
+    static const QString symClose = QStringLiteral("</sym>");
+    const qsizetype open = xml.indexOf(symOpen);
+    if (open < 0)
+        return xml;
+    const qsizetype close = xml.indexOf(symClose);
+    QString line = xml.left(open + symOpen.size()) + delorme;
+    line += close < 0 ? QStringView(xml) : QStringView(xml).mid(close);
+    return line;
+}
+
+// The lines of the scratch file, read in blocks. Lines end at CR LF; the last line needs no
+// line end. The track data never hold a CR or LF of their own, the tracks load having turned
+// them into spaces or dropped them, so a lone CR or LF stays part of its line.
+class ScratchLines {
+public:
+    explicit ScratchLines(QIODevice& device)
+        : m_device(device) {}
+
+    // The next line without its line end; false at the end of the data or on a read error.
+    bool next(QByteArray& line) {
+        for (;;) {
+            const qsizetype end = m_buffer.indexOf(lineEnd, m_scanFrom);
+            if (end >= 0) {
+                line = m_buffer.sliced(m_start, end - m_start);
+                m_start = m_scanFrom = end + lineEnd.size();
+                return true;
+            }
+            if (m_atEnd || m_failed) {
+                if (m_start >= m_buffer.size())
+                    return false;
+                line = m_buffer.sliced(m_start);
+                m_start = m_scanFrom = m_buffer.size();
+                return true;
+            }
+            refill();
+        }
+    }
+
+    bool failed() const { return m_failed; }
+
+private:
+    void refill() {
+        m_buffer.remove(0, m_start);
+        // A CR at the end of the buffer may begin a CR LF that the next block completes.
+        m_scanFrom = qMax<qsizetype>(0, m_buffer.size() - 1);
+        m_start = 0;
+        const qsizetype kept = m_buffer.size();
+        m_buffer.resize(kept + scratchBlockSize);
+        const qint64 got = m_device.read(m_buffer.data() + kept, scratchBlockSize);
+        m_buffer.resize(kept + qMax<qint64>(got, 0));
+        if (got < 0)
+            m_failed = true;
+        else if (got == 0)
+            m_atEnd = true;
+    }
+
+    QIODevice& m_device;
+    QByteArray m_buffer;
+    qsizetype m_start = 0;
+    qsizetype m_scanFrom = 0;
+    bool m_atEnd = false;
+    bool m_failed = false;
+};
+
+// A track name as the scratch file would hold it. A name with a character outside the code
+// page cannot stand in the file at all. The empty name is found in every line that is not
+// empty.
+class NameSearch {
+public:
+    explicit NameSearch(const QString& name)
+        : m_bytes(CodePage::fromUnicode(name))
+        , m_possible(CodePage::toUnicode(m_bytes) == name) {}
+
+    bool foundIn(const QByteArray& line) const {
+        return m_possible && !line.isEmpty() && line.contains(m_bytes);
+    }
+
+private:
+    QByteArray m_bytes;
+    bool m_possible;
+};
+
+QString fileError(const QString& path, const QString& reason) {
+    return QStringLiteral("The file %1 can't be written: %2")
+        .arg(QDir::toNativeSeparators(path), reason);
+}
+
+// Makes the output folder when it is missing; its parent must exist. Returns the reason of a
+// failure, or an empty text.
+QString makeOutputFolder(const QString& folder) {
+    const QFileInfo info(folder);
+    if (info.isDir())
+        return {};
+    const QString shown = QDir::toNativeSeparators(folder);
+    if (info.exists())
+        return QStringLiteral("The folder %1 can't be made: a file of that name is in the way.")
+            .arg(shown);
+    std::error_code ec;
+    std::filesystem::create_directory(std::filesystem::path(folder.toStdU16String()), ec);
+    if (QFileInfo(folder).isDir())
+        return {};
+    return QStringLiteral("The folder %1 can't be made: %2")
+        .arg(shown, ec ? QString::fromStdString(ec.message()) : QStringLiteral("unknown error"));
+}
+
+enum class Move { Done, TargetExists, Failed };
+
+// Gives the finished file its name, refusing to replace anything that holds that name, even a
+// file that appeared after the name was found free: the test and the move are one step of the
+// file system. Linux does this with renameat2(RENAME_NOREPLACE); a file system that does not
+// know that flag gets a hard link under the new name, which fails just as surely on an
+// existing name, and the temporary name is then dropped.
+Move moveNoReplace(const QString& from, const QString& to, QString& reason) {
+#ifdef Q_OS_LINUX
+    const QByteArray source = QFile::encodeName(from);
+    const QByteArray target = QFile::encodeName(to);
+    int err = 0;
+    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) ==
+        0)
+        return Move::Done;
+    err = errno;
+    if (err == EINVAL || err == ENOSYS) {
+        if (::link(source.constData(), target.constData()) == 0) {
+            ::unlink(source.constData());
+            return Move::Done;
+        }
+        err = errno;
+    }
+    if (err == EEXIST)
+        return Move::TargetExists;
+    reason = QString::fromLocal8Bit(std::strerror(err));
+    return Move::Failed;
+#else
+    // QFile::rename refuses an existing target.
+    if (QFileInfo::exists(to))
+        return Move::TargetExists;
+    QFile file(from);
+    if (file.rename(to))
+        return Move::Done;
+    if (QFileInfo::exists(to))
+        return Move::TargetExists;
+    reason = file.errorString();
+    return Move::Failed;
+#endif
+}
+
+// A file under a temporary name in the output folder; removed again unless it was moved to
+// its final name. NewOnly gives it the same permissions as any new file of the user.
+class PendingFile {
+public:
+    explicit PendingFile(const QString& folder)
+        : m_folder(folder) {}
+    ~PendingFile() {
+        if (m_created && !m_moved) {
+            m_file.close();
+            m_file.remove();
+        }
+    }
+
+    QString open() {
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            const QString name =
+                QStringLiteral(".tarnwick-export-%1.tmp")
+                    .arg(QRandomGenerator::global()->generate64(), 16, 16, QLatin1Char('0'));
+            m_file.setFileName(QDir(m_folder).filePath(name));
+            if (m_file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
+                m_created = true;
+                return {};
+            }
+            if (!QFileInfo::exists(m_file.fileName()))
+                break;
+        }
+        return QStringLiteral("No file can be made in the folder %1: %2")
+            .arg(QDir::toNativeSeparators(m_folder), m_file.errorString());
+    }
+
+    QFile& file() { return m_file; }
+
+    // Writes out what Qt still buffers and waits for the disk, where a full disk shows.
+    QString finish() {
+        if (!m_file.flush())
+            return m_file.errorString();
+#ifdef Q_OS_UNIX
+        if (::fsync(m_file.handle()) != 0)
+            return QString::fromLocal8Bit(std::strerror(errno));
+#endif
+        m_file.close();
+        if (m_file.error() != QFileDevice::NoError)
+            return m_file.errorString();
+        return {};
+    }
+
+    // Moves the file to the first free name; a name taken meanwhile sends it on to the next.
+    ExportResult place(const QString& base) {
+        ExportResult result;
+        const QDir folder(m_folder);
+        for (int attempt = 0; attempt < 1000; ++attempt) {
+            const QString target =
+                folder.filePath(freeExportName(m_folder, base) + QStringLiteral(".gpx"));
+            QString reason;
+            switch (moveNoReplace(m_file.fileName(), target, reason)) {
+            case Move::Done:
+                m_moved = true;
+                result.path = target;
+                return result;
+            case Move::TargetExists:
+                continue;
+            case Move::Failed:
+                result.error = fileError(target, reason);
+                return result;
+            }
+        }
+        result.error = fileError(folder.filePath(base + QStringLiteral(".gpx")),
+                                 QStringLiteral("no free name was found."));
+        return result;
+    }
+
+private:
+    QString m_folder;
+    QFile m_file;
+    bool m_created = false;
+    bool m_moved = false;
+};
+
+// Writes the header line, the body and "</gpx>" into a new file of the output folder. The
+// file takes its final name only once it is complete, so a failure leaves nothing behind and
+// an export never shows half-written under its name.
+ExportResult writeExport(const QString& outputFolder, const QString& base, const QString& header,
+                         const std::function<bool(QIODevice&, QString&)>& writeBody) {
+    ExportResult result;
+    result.error = makeOutputFolder(outputFolder);
+    if (!result.error.isEmpty())
+        return result;
+    PendingFile pending(outputFolder);
+    result.error = pending.open();
+    if (!result.error.isEmpty())
+        return result;
+    QFile& file = pending.file();
+    QString reason;
+    if (!writeTextLine(file, header) || !writeBody(file, reason) ||
+        !writeTextLine(file, QStringLiteral("</gpx>"))) {
+        if (reason.isEmpty())
+            reason = file.errorString();
+    } else {
+        reason = pending.finish();
+    }
+    if (!reason.isEmpty()) {
+        result.error =
+            fileError(QDir(outputFolder).filePath(base + QStringLiteral(".gpx")), reason);
+        return result;
+    }
+    return pending.place(base);
+}
+
+} // namespace
+
+QString freeExportName(const QString& outputFolder, const QString& base) {
+    const QStringList entries =
+        QDir(outputFolder)
+            .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
+    const QString extension = QStringLiteral(".gpx");
+    QSet<QString> taken;
+    for (const QString& entry : entries) {
+        if (entry.endsWith(extension, Qt::CaseInsensitive))
+            taken.insert(entry.toCaseFolded());
+    }
+    QString name = base;
+    for (qint64 n = 1; taken.contains((name + extension).toCaseFolded()); ++n)
+        name = base + QLatin1Char(' ') + QString::number(n);
+    return name;
+}
+
+bool writeFavoritesBody(QIODevice& out, const FlexGridModel& grid,
+                        const QList<SymbolPair>* conversion) {
+    // The first pair of a nüvi symbol is the one that counts.
+    QHash<QString, QString> delormeOf;
+    if (conversion) {
+        delormeOf.reserve(conversion->size());
+        for (const SymbolPair& pair : *conversion)
+            if (!delormeOf.contains(pair.nuvi))
+                delormeOf.insert(pair.nuvi, pair.delorme);
+    }
+    const int rows = grid.Rows();
+    for (int row = 1; row < rows; ++row) {
+        if (!isMarked(grid, row))
+            continue;
+        const QString& xml = grid.TextMatrix(row, 2);
+        const auto found = delormeOf.constFind(grid.TextMatrix(row, 3));
+        const bool ok = found == delormeOf.cend() ? writeTextLine(out, xml)
+                                                  : writeTextLine(out, convertedCode(xml, *found));
+        if (!ok)
+            return false;
+    }
+    return true;
+}
+
+TracksBody writeTracksBody(QIODevice& out, QIODevice& scratch, const FlexGridModel& grid,
+                           const QStringList& sourceNames) {
+    if (!scratch.isOpen() && !scratch.open(QIODevice::ReadOnly))
+        return TracksBody::ScratchUnreadable;
+    if (!scratch.isReadable())
+        return TracksBody::ScratchUnreadable;
+
+    // A scratch file that ends without its "</gpx>" line ends the search and the copy at its
+    // end, as that line would; the missing line itself matches no name.
+    ScratchLines lines(scratch);
+    QByteArray line;
+    bool haveLine = lines.next(line);
+    bool lastRow = false;
+    const int rows = grid.Rows();
+    for (int row = 1; row < rows && !lastRow; ++row) {
+        if (!isMarked(grid, row))
+            continue;
+        const NameSearch name(row < sourceNames.size() ? sourceNames[row]
+                                                       : grid.TextMatrix(row, 1));
+        // The search starts at the line where the previous copy stopped.
+        for (;;) {
+            if (!haveLine) {
+                lastRow = true;
+                break;
+            }
+            const bool found = name.foundIn(line);
+            if (found && !writeBytesLine(out, line))
+                return TracksBody::WriteFailed;
+            if (line.contains(fileEnd))
+                lastRow = true;
+            if (found || lastRow)
+                break;
+            haveLine = lines.next(line);
+        }
+        // A line that starts a track brings the rest of the track: every line up to the next
+        // track start, which stays for the next search, or "</gpx>". "</trk>" does not hold
+        // "<trk>", so it is copied.
+        if (haveLine && line.contains(trackStart)) {
+            for (;;) {
+                haveLine = lines.next(line);
+                if (!haveLine || line.contains(fileEnd)) {
+                    lastRow = true;
+                    break;
+                }
+                if (line.contains(trackStart))
+                    break;
+                if (!writeBytesLine(out, line))
+                    return TracksBody::WriteFailed;
+            }
+        }
+        if (lines.failed())
+            return TracksBody::ReadFailed;
+    }
+    return lines.failed() ? TracksBody::ReadFailed : TracksBody::Written;
+}
+
+ExportResult exportFavorites(const QString& outputFolder, const QString& base,
+                             const QString& header, const FlexGridModel& grid,
+                             const QList<SymbolPair>* conversion) {
+    return writeExport(outputFolder, base, header, [&](QIODevice& out, QString&) {
+        return writeFavoritesBody(out, grid, conversion);
+    });
+}
+
+ExportResult exportTracks(const QString& outputFolder, const QString& base, const QString& header,
+                          const FlexGridModel& grid, const QStringList& sourceNames,
+                          const QString& scratchPath) {
+    // The scratch file is opened first: when it cannot be read, no export file is made.
+    QFile scratch(scratchPath);
+    if (!QFileInfo(scratchPath).isFile() || !scratch.open(QIODevice::ReadOnly)) {
+        ExportResult result;
+        result.scratchUnreadable = true;
+        result.error = QStringLiteral("The file %1 can't be read: %2")
+                           .arg(QDir::toNativeSeparators(scratchPath),
+                                QFileInfo::exists(scratchPath) && !QFileInfo(scratchPath).isFile()
+                                    ? QStringLiteral("it is not a regular file.")
+                                    : scratch.errorString());
+        return result;
+    }
+    return writeExport(outputFolder, base, header, [&](QIODevice& out, QString& error) {
+        switch (writeTracksBody(out, scratch, grid, sourceNames)) {
+        case TracksBody::Written:
+            return true;
+        case TracksBody::ScratchUnreadable:
+        case TracksBody::ReadFailed:
+            error = QStringLiteral("reading %1 failed: %2")
+                        .arg(QDir::toNativeSeparators(scratchPath), scratch.errorString());
+            return false;
+        case TracksBody::WriteFailed:
+            error = out.errorString();
+            return false;
+        }
+        return false;
+    });
+}

@@ -1,0 +1,116 @@
+#include "favorites/FavoritesHistory.h"
+
+#include "export/CodePage.h"
+#include "items/FlexGridModel.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QSet>
+
+namespace {
+
+constexpr qsizetype blockSize = 64 * 1024;
+const QString fileName = QStringLiteral("FAVORITES.TXT");
+
+void appendName(QStringList& names, QByteArrayView line) {
+    if (line.endsWith('\r'))
+        line.chop(1);
+    if (line.isEmpty())
+        return;
+    const qsizetype tab = line.indexOf('\t');
+    names.append(CodePage::toUnicode(tab < 0 ? line : line.first(tab)));
+}
+
+} // namespace
+
+QString favoritesPathIn(const QString& deviceFolder) {
+    const QDir folder(deviceFolder);
+    const QStringList entries = folder.entryList(QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString& entry : entries) {
+        if (entry.compare(fileName, Qt::CaseInsensitive) == 0)
+            return folder.filePath(entry);
+    }
+    return folder.filePath(fileName);
+}
+
+QString saveFavorites(const QString& path, const FlexGridModel& grid) {
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return file.errorString();
+    QByteArray block;
+    const auto writeBlock = [&file, &block] {
+        const bool ok = file.write(block) == block.size();
+        block.clear();
+        return ok;
+    };
+    const int rows = grid.Rows();
+    for (int row = 1; row < rows; ++row) {
+        block += CodePage::fromUnicode(grid.TextMatrix(row, 1));
+        block += '\t';
+        block += CodePage::fromUnicode(grid.TextMatrix(row, 2));
+        block += "\r\n";
+        if (block.size() >= blockSize && !writeBlock()) {
+            const QString reason = file.errorString();
+            file.cancelWriting();
+            return reason;
+        }
+    }
+    if (!writeBlock()) {
+        const QString reason = file.errorString();
+        file.cancelWriting();
+        return reason;
+    }
+    if (!file.commit())
+        return file.errorString();
+    return {};
+}
+
+SavedNames readSavedNames(const QString& path) {
+    SavedNames saved;
+    QFile file(path);
+    if (QFileInfo::exists(path) && !QFileInfo(path).isFile()) {
+        saved.error = QStringLiteral("It is not a regular file.");
+        return saved;
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+        saved.error = file.errorString();
+        return saved;
+    }
+    saved.opened = true;
+    QByteArray pending;
+    QByteArray block(blockSize, Qt::Uninitialized);
+    for (;;) {
+        const qint64 got = file.read(block.data(), blockSize);
+        if (got < 0) {
+            saved.error = file.errorString();
+            return saved;
+        }
+        if (got == 0)
+            break;
+        QByteArrayView data(block.constData(), got);
+        for (qsizetype end = data.indexOf('\n'); end >= 0; end = data.indexOf('\n')) {
+            if (pending.isEmpty()) {
+                appendName(saved.names, data.first(end));
+            } else {
+                pending += data.first(end);
+                appendName(saved.names, pending);
+                pending.clear();
+            }
+            data = data.sliced(end + 1);
+        }
+        pending += data;
+    }
+    appendName(saved.names, pending);
+    return saved;
+}
+
+void markNewFavorites(FlexGridModel& grid, const QStringList& savedNames) {
+    const QSet<QString> known(savedNames.cbegin(), savedNames.cend());
+    const QString isNew = QStringLiteral("X");
+    const QString isKnown = QStringLiteral(" ");
+    const int rows = grid.Rows();
+    for (int row = 1; row < rows; ++row)
+        grid.setTextMatrix(row, 0, known.contains(grid.TextMatrix(row, 1)) ? isKnown : isNew);
+}
