@@ -414,7 +414,8 @@ ExportResult exportTracks(const QString& outputFolder, const QString& base, cons
                           const QString& scratchPath) {
     // The scratch file is opened first: when it cannot be read, no export file is made.
     QFile scratch(scratchPath);
-    if (!QFileInfo(scratchPath).isFile() || !scratch.open(QIODevice::ReadOnly)) {
+    if (!QFileInfo(scratchPath).isFile() ||
+        !scratch.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         ExportResult result;
         result.scratchUnreadable = true;
         result.error = QStringLiteral("The file %1 can't be read: %2")

@@ -43,7 +43,8 @@ ExportResult exportFavorites(const QString& outputFolder, const QString& base,
 
 // The same for tracks: the body comes from the scratch file the tracks load wrote.
 // sourceNames[r] (indexed by grid row, entry 0 unused) is row r's name as the source writes
-// it, with entities undecoded; an empty list searches with the grid's names (column 1).
+// it, with entities undecoded; rows beyond the list (all rows of an empty list) are searched
+// by the grid's name (column 1).
 // A scratch file that cannot be opened sets scratchUnreadable and leaves no file behind.
 ExportResult exportTracks(const QString& outputFolder, const QString& base, const QString& header,
                           const FlexGridModel& grid, const QStringList& sourceNames,

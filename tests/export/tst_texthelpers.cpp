@@ -16,7 +16,7 @@ QByteArray everyByteValue() {
     return bytes;
 }
 
-// The decoder as the program's design states it, one leftmost replacement of each reference
+// The decoder done the long way, one leftmost replacement of each reference
 // per pass until a pass replaces nothing; slow, but the reference for the real one.
 QString decodeByPasses(QString text) {
     for (bool replaced = true; replaced;) {
