@@ -57,7 +57,9 @@ QString saveFavorites(const QString& path, const FlexGridModel& grid) {
             return reason;
         }
     }
-    if (!writeBlock()) {
+    // commit() does not notice when writing out the last buffered bytes fails (a full disk)
+    // and would then replace the history with a cut one, so those bytes are flushed here.
+    if (!writeBlock() || !file.flush()) {
         const QString reason = file.errorString();
         file.cancelWriting();
         return reason;

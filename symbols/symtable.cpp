@@ -174,7 +174,9 @@ QString writeFile(const QString& path, const QList<SymbolPair>& pairs) {
     if (!file.open(QIODevice::WriteOnly))
         return file.errorString();
     const QByteArray bytes = serialize(pairs);
-    if (file.write(bytes) != bytes.size()) {
+    // commit() does not notice when writing out the last buffered bytes fails (a full disk)
+    // and would then replace the table with a cut one, so those bytes are flushed here.
+    if (file.write(bytes) != bytes.size() || !file.flush()) {
         const QString reason = file.errorString();
         file.cancelWriting();
         return reason;
