@@ -52,9 +52,7 @@ void FlexGridModel::setRows(int rows) {
             column.clear();
         m_rows = 0;
         endResetModel();
-        return;
-    }
-    if (rows < m_rows) {
+    } else if (rows < m_rows) {
         beginRemoveRows({}, rows, m_rows - 1);
         for (auto& column : m_columns)
             column.resize(rows);
