@@ -72,6 +72,8 @@ frmSymbolTableManagement::frmSymbolTableManagement(const QString& path, QWidget*
     Grid1 = new FlexGrid(2, client);
     Grid1->setObjectName(QStringLiteral("Grid1"));
     Grid1->setGeometry(px(120), px(480), px(6615), px(5655));
+    // Tab goes on to the edit box, as it does between any two controls of the window.
+    Grid1->setTabKeyNavigation(false);
 
     Text1 = new QLineEdit(QStringLiteral("Text1"), client);
     Text1->setObjectName(QStringLiteral("Text1"));
