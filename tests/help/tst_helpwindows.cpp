@@ -140,20 +140,11 @@ void TestHelpWindows::linesAreKeptExactly_data() {
     QTest::newRow("neccissary")
         << HelpPage::DeviceSelection << 2
         << QStringLiteral("   In order to work with more than one Nuvi GPS unit, it is neccissary");
-    QTest::newRow("Devices..ie")
-        << HelpPage::DeviceSelection << 8
-        << QStringLiteral("   The user can create new Devices..ie folders for the GPS units which");
     QTest::newRow("quotes") << HelpPage::ExportFavorites << 4
                             << QStringLiteral("   Then click on \"Load Favorites\" or \"Load "
                                               "Tracks\".");
     QTest::newRow("trailing space")
         << HelpPage::ExportFavorites << 10 << QStringLiteral("   Click it again to remove the X. ");
-    QTest::newRow("Save Favorites function")
-        << HelpPage::MarkNewFavorites << 19
-        << QStringLiteral("   This function works with the \"Save Favorites\" function.");
-    QTest::newRow("Mark New Favorites option")
-        << HelpPage::SaveFavorites << 14
-        << QStringLiteral("   This function works with the \"Mark New Favorites\" option.");
     QTest::newRow("two spaces in line 6")
         << HelpPage::SymbolTable << 6
         << QStringLiteral("  created when a new device is added.  This cross reference table");

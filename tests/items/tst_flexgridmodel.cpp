@@ -12,7 +12,6 @@ private slots:
     void addItemSpreadsTabsOverColumns_data();
     void addItemSpreadsTabsOverColumns();
     void headingRowShowsAsHeaderOnlyWhileFixed();
-    void shrinkingBelowFixedRowsDropsThem();
     void cellsOutsideTheGridAreIgnored();
 };
 
@@ -96,21 +95,6 @@ void TestFlexGridModel::headingRowShowsAsHeaderOnlyWhileFixed() {
     QCOMPARE(model.headerData(1, Qt::Horizontal).toString(), QStringLiteral("DELORME"));
     model.setFixedRows(0);
     QCOMPARE(model.headerData(1, Qt::Horizontal), QVariant());
-}
-
-void TestFlexGridModel::shrinkingBelowFixedRowsDropsThem() {
-    FlexGridModel model(2);
-    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-    model.setRows(3);
-    model.setFixedRows(2);
-    model.setRows(1);
-    QCOMPARE(model.FixedRows(), 1);
-    model.setFixedRows(5);
-    QCOMPARE(model.FixedRows(), 1);
-    model.setRows(0);
-    QCOMPARE(model.FixedRows(), 0);
-    model.setRows(-3);
-    QCOMPARE(model.Rows(), 0);
 }
 
 void TestFlexGridModel::cellsOutsideTheGridAreIgnored() {
