@@ -5,19 +5,28 @@
 namespace ScanText {
 
 void appendWithoutLineBreaks(QByteArray& out, QByteArrayView bytes) {
-    const char* p = bytes.data();
-    const char* const end = p + bytes.size();
-    while (p < end) {
-        const char* run = p;
-        while (p < end && *p != '\r' && *p != '\n')
-            ++p;
-        out.append(run, p - run);
-        if (p == end)
+    // Copied whole, then mended: line breaks are rare next to the text around them.
+    const qsizetype start = out.size();
+    out.append(bytes);
+    char* const first = out.data() + start;
+    char* const last = out.data() + out.size();
+    for (char* lf = first; (lf = static_cast<char*>(std::memchr(lf, '\n', size_t(last - lf))));)
+        *lf++ = ' ';
+    char* cr = static_cast<char*>(std::memchr(first, '\r', size_t(last - first)));
+    if (!cr)
+        return;
+    // Each run between two CRs moves down over the CRs dropped so far.
+    char* kept = cr;
+    for (const char* from = cr + 1; from <= last;) {
+        const auto* next = static_cast<const char*>(std::memchr(from, '\r', size_t(last - from)));
+        const char* runEnd = next ? next : last;
+        std::memmove(kept, from, size_t(runEnd - from));
+        kept += runEnd - from;
+        if (!next)
             break;
-        if (*p == '\n')
-            out.append(' ');
-        ++p;
+        from = next + 1;
     }
+    out.truncate(kept - out.data());
 }
 
 bool canBecomeTag(QByteArrayView tagText, std::initializer_list<QByteArrayView> tags) {

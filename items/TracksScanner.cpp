@@ -22,6 +22,45 @@ constexpr QByteArrayView fileEnd = "</gpx>";
 constexpr QByteArrayView nameStart = "<name>";
 constexpr QByteArrayView lineEnd = "\r\n";
 
+constexpr QByteArrayView recognised[] = {trackStart,   waypointStart, nameEnd, pointEnd,
+                                         segmentStart, trackEnd,      fileEnd};
+
+// How many bytes from the "<" at p on, within the block, spell the beginning of a recognised
+// tag (at least the "<" itself).
+qsizetype tagPrefixLength(const char* p, const char* end) {
+    // Most tags of a track (<ele>, <time>, </ele>, extensions) are ruled out by their first
+    // two characters.
+    if (p + 2 < end) {
+        switch (p[1]) {
+        case '/':
+            if (p[2] != 'n' && p[2] != 't' && p[2] != 'g' && p[2] != '\r')
+                return 2;
+            break;
+        case 't':
+            if (p[2] != 'r' && p[2] != '\r')
+                return 2;
+            break;
+        case 'w':
+        case '\r':
+            break;
+        default:
+            return 1;
+        }
+    }
+    qsizetype longest = 1;
+    for (const QByteArrayView tag : recognised) {
+        qsizetype i = 1;
+        while (i < tag.size() && p + i < end && p[i] == tag[i])
+            ++i;
+        longest = std::max(longest, i);
+    }
+    return longest;
+}
+
+bool isRecognised(QByteArrayView text) {
+    return std::find(std::begin(recognised), std::end(recognised), text) != std::end(recognised);
+}
+
 } // namespace
 
 TracksScanner::TracksScanner(QIODevice* scratch, qsizetype bufferSize)
@@ -35,14 +74,36 @@ bool TracksScanner::feed(QByteArrayView bytes) {
     const char* const end = p + bytes.size();
     while (p < end && !m_stopped) {
         if (m_tag.isEmpty()) {
-            // Nothing can be recognised before the next "<": take the run up to it at once.
-            const auto* lt = static_cast<const char*>(std::memchr(p, '<', size_t(end - p)));
-            const char* runEnd = lt ? lt : end;
-            ScanText::appendWithoutLineBreaks(m_gathered, QByteArrayView(p, runEnd - p));
+            // Only a "<" whose next bytes may spell a recognised tag can change anything; the
+            // text up to it, other tags included, joins the gathered text in one step. No
+            // recognised tag is the beginning of another and none holds a CR or LF, so the
+            // bytes at hand decide a tag, unless the block ends or a CR (dropped, so the tag
+            // text goes on after it) comes first.
+            const char* lt = p;
+            qsizetype length = 0;
+            bool recognised = false;
+            for (;;) {
+                lt = static_cast<const char*>(std::memchr(lt, '<', size_t(end - lt)));
+                if (!lt)
+                    break;
+                length = tagPrefixLength(lt, end);
+                recognised = length >= 4 && isRecognised(QByteArrayView(lt, length));
+                if (recognised || lt + length == end || lt[length] == '\r')
+                    break;
+                lt += length;
+            }
+            ScanText::appendWithoutLineBreaks(m_gathered, QByteArrayView(p, (lt ? lt : end) - p));
             if (!lt)
                 break;
-            m_tag.append('<');
-            p = lt + 1;
+            const QByteArrayView prefix(lt, length);
+            p = lt + length;
+            if (recognised) {
+                // The characters before the tag's last one change nothing but the tag text.
+                m_tag.append(prefix.first(length - 1));
+                scanCharacter(prefix.back());
+            } else {
+                m_tag.append(prefix);
+            }
             continue;
         }
         const char ch = *p++;
