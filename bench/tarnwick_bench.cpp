@@ -343,7 +343,7 @@ int main(int argc, char** argv) {
         return tracksPeakMode(args[at + 1]);
 
     const bool quick = args.contains(QStringLiteral("--quick"));
-    const int repeats = quick ? 1 : 3;
+    const int repeats = quick ? 1 : 5;
     QTemporaryDir temp;
     QString work = temp.path();
     if (const qsizetype at = args.indexOf(QStringLiteral("--keep"));
