@@ -68,6 +68,8 @@ private slots:
     void fullDiskDuringASaveKeepsTheEarlierFile_data();
     void fullDiskDuringASaveKeepsTheEarlierFile();
     void fullDiskDuringAnExportLeavesNoFile();
+    void readErrorsNameTheFileAndKeepTheEarlierFiles_data();
+    void readErrorsNameTheFileAndKeepTheEarlierFiles();
     void garbageAndHugeSourcesLoadWithoutHarm_data();
     void garbageAndHugeSourcesLoadWithoutHarm();
 };
@@ -326,6 +328,75 @@ void FailuresTest::fullDiskDuringAnExportLeavesNoFile() {
     QVERIFY2(namesFile(f.messages.first(), output), qPrintable(f.messages.first()));
     QCOMPARE(filesIn(output), QStringList{QStringLiteral("Home.gpx")});
     QCOMPARE(f.readFile(output + QStringLiteral("/Home.gpx")), QByteArray("earlier export"));
+}
+
+void FailuresTest::readErrorsNameTheFileAndKeepTheEarlierFiles_data() {
+    QTest::addColumn<QString>("what");
+    QTest::newRow("Load Favorites") << "favorites";
+    QTest::newRow("Load Tracks") << "tracks";
+    QTest::newRow("Copy") << "copy";
+    QTest::newRow("Mark New Favorites") << "history";
+    QTest::newRow("symbol table at the file click") << "symtable";
+}
+
+// /proc/self/mem is a regular file that opens and then fails its first read with an I/O
+// error: a unit pulled out as the reading starts.
+void FailuresTest::readErrorsNameTheFileAndKeepTheEarlierFiles() {
+    QFETCH(QString, what);
+    if (!QFileInfo(QStringLiteral("/proc/self/mem")).isFile())
+        QSKIP("This system has no /proc/self/mem to fail a read.");
+    MainWindowFixture f;
+    f.answers = {QStringLiteral("Nuvi_1")};
+    frmForm1& w = f.start();
+    const QString device = f.device("Nuvi_1");
+    const QString folder = f.home.path() + QStringLiteral("/unit");
+    QVERIFY(QDir().mkpath(folder));
+    f.chooseSource(folder, sourceName, favoritesFile);
+    w.mnuSelectTracks_Click();
+    w.mnuSelectFavorites_Click();
+    w.mnuSaveFavorites_Click();
+    QCOMPARE(f.messages, QStringList());
+    const QString scratch = device + QStringLiteral("/TEMP.TMP");
+    const QByteArray earlierScratch = f.readFile(scratch);
+    const QStringList deviceFiles = filesIn(device);
+
+    QString failing = folder + QLatin1Char('/') + sourceName;
+    if (what == QLatin1String("history"))
+        failing = device + QStringLiteral("/FAVORITES.TXT");
+    else if (what == QLatin1String("symtable"))
+        failing = symtable::SymbolTablePath;
+    const QByteArray earlier = f.readFile(failing);
+    QVERIFY(QFile::remove(failing));
+    QVERIFY(QFile::link(QStringLiteral("/proc/self/mem"), failing));
+
+    if (what == QLatin1String("favorites"))
+        w.mnuSelectFavorites_Click();
+    else if (what == QLatin1String("tracks"))
+        w.mnuSelectTracks_Click();
+    else if (what == QLatin1String("copy"))
+        w.mnuCopyNuvi_Click();
+    else if (what == QLatin1String("history"))
+        w.mnuMarkNewFavorites_Click();
+    else
+        f.clickFile(sourceName);
+
+    QCOMPARE(f.messages.size(), 1);
+    QVERIFY2(namesFile(f.messages.first(), failing) ||
+                 f.messages.first().contains(QFileInfo(failing).fileName()),
+             qPrintable(f.messages.first()));
+    QCOMPARE(f.readFile(scratch), earlierScratch);
+    QCOMPARE(filesIn(device), deviceFiles);
+
+    // Still usable once the file is readable again.
+    QVERIFY(QFile::remove(failing));
+    f.writeFile(failing, earlier);
+    f.messages.clear();
+    w.CurrentFolder = folder;
+    w.mnuOpen_Click();
+    f.clickFile(sourceName);
+    w.mnuSelectFavorites_Click();
+    QCOMPARE(f.messages, QStringList());
+    QCOMPARE(w.Grid1->Rows(), 3);
 }
 
 void FailuresTest::garbageAndHugeSourcesLoadWithoutHarm_data() {
