@@ -1,10 +1,9 @@
 #include "app/Workspace.h"
 
-#include <QCollator>
+#include "app/NameOrder.h"
+
 #include <QDir>
 #include <QFileInfo>
-
-#include <algorithm>
 
 namespace Workspace {
 
@@ -40,13 +39,7 @@ QString displayPath(const QString& path) {
 QStringList deviceNames() {
     QStringList names =
         QDir(rootPath()).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden);
-    QCollator collator;
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
-    collator.setNumericMode(true);
-    std::sort(names.begin(), names.end(), [&collator](const QString& a, const QString& b) {
-        const int order = collator.compare(a, b);
-        return order != 0 ? order < 0 : a < b;
-    });
+    NameOrder::sortNaturally(names);
     return names;
 }
 

@@ -1,6 +1,7 @@
 // The volume list behind the drive list: which mounts it offers, which volume holds a path,
 // and how a Garmin unit on a volume is recognised.
 
+#include "app/NameOrder.h"
 #include "app/Volumes.h"
 
 #include <QDir>
@@ -30,6 +31,8 @@ private slots:
     void garminModelFromDeviceFile_data();
     void garminModelFromDeviceFile();
     void garminFoldersAreFoundWhateverTheirCase();
+    void deviceNamesSortAsOwnersCount_data();
+    void deviceNamesSortAsOwnersCount();
 };
 
 void VolumesTest::volumeOfTakesLongestMountPoint_data() {
@@ -130,6 +133,31 @@ void VolumesTest::garminFoldersAreFoundWhateverTheirCase() {
     const Volume plain = volumeAt(unit.path(), QString());
     QCOMPARE(plain.label, unit.path());
     QVERIFY(plain.garminModel.isEmpty());
+}
+
+void VolumesTest::deviceNamesSortAsOwnersCount_data() {
+    QTest::addColumn<QStringList>("names");
+    QTest::addColumn<QStringList>("sorted");
+    QTest::newRow("numbers by value") << QStringList{"Nuvi_10", "Nuvi_2", "nuvi_1", "Work"}
+                                      << QStringList{"nuvi_1", "Nuvi_2", "Nuvi_10", "Work"};
+    QTest::newRow("leading zeros, then exact text")
+        << QStringList{"Unit 007", "unit 7", "Unit 7", "Unit 06"}
+        << QStringList{"Unit 06", "Unit 007", "Unit 7", "unit 7"};
+    QTest::newRow("numbers longer than any integer")
+        << QStringList{"x123456789012345678901234567890", "x99"}
+        << QStringList{"x99", "x123456789012345678901234567890"};
+    QTest::newRow("prefix first, digits before letters")
+        << QStringList{"Nuvi_a", "Nuvi", "Nuvi_1", "2nd"}
+        << QStringList{"2nd", "Nuvi", "Nuvi_1", "Nuvi_a"};
+    QTest::newRow("accented names keep their own order")
+        << QStringList{"Zoë", "émile", "Émile"} << QStringList{"Zoë", "Émile", "émile"};
+}
+
+void VolumesTest::deviceNamesSortAsOwnersCount() {
+    QFETCH(QStringList, names);
+    QFETCH(QStringList, sorted);
+    NameOrder::sortNaturally(names);
+    QCOMPARE(names, sorted);
 }
 
 QTEST_APPLESS_MAIN(VolumesTest)
