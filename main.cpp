@@ -8,14 +8,13 @@
 namespace {
 
 // Qt's own message when no display can be opened is cryptic; say what is needed instead.
-bool haveDisplay()
-{
+bool haveDisplay() {
 #if defined(Q_OS_LINUX)
     const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
     if (!platform.isEmpty() && !platform.startsWith("xcb") && !platform.startsWith("wayland"))
         return true;
-    return !qEnvironmentVariableIsEmpty("DISPLAY")
-           || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 #else
     return true;
 #endif
@@ -23,8 +22,7 @@ bool haveDisplay()
 
 } // namespace
 
-int main(int argc, char* argv[])
-{
+int main(int argc, char* argv[]) {
     if (!haveDisplay()) {
         std::fputs("Tarnwick is a desktop program and needs a graphical display, but none was "
                    "found (DISPLAY and WAYLAND_DISPLAY are not set).\n"

@@ -1,0 +1,170 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QStringList>
+
+class QAction;
+class QLabel;
+class QLineEdit;
+class QListWidget;
+class QMenu;
+class QPushButton;
+class DirListBox;
+class DriveListBox;
+class FileListBox;
+class FlexGrid;
+
+// The main window: the program's whole working surface and its start-up form. It holds the
+// state that all commands share (the window-level variables below, the enabled and checked
+// states of its menu items, the cells of its two grids) and one handler per command.
+//
+// Constructing it builds the window and runs the start-up (Form_Load), including the device
+// decision, whose input box appears before the window is first shown.
+class frmForm1 : public QMainWindow {
+    Q_OBJECT
+public:
+    explicit frmForm1(QWidget* parent = nullptr);
+    ~frmForm1() override;
+
+    // True once the user left the start-up device choice without taking a device: the
+    // program ends, even if the window was never shown.
+    bool programEnded() const { return m_programEnded; }
+    // True while a favorites or tracks load is reading its file.
+    bool loading() const { return m_loading; }
+
+    // Window-level variables.
+    bool ItemsLoaded = false;
+    bool TracksLoaded = false;
+    bool InHeader = false;
+    QString CurrentFolder;
+    QString DeviceFolder;
+    QString SourceFileName;
+    QString ExportName;
+    QString HeaderText;
+    QString BuildDate;
+    QString LoadStartTime;
+
+    // Controls.
+    QLineEdit* txtStatus;
+    DriveListBox* Drive1;
+    DirListBox* Dir1;
+    FileListBox* File1;
+    FlexGrid* Grid1;
+    FlexGrid* Grid2;
+    QLabel* lblDevice;
+    QListWidget* lstDevice;
+    QPushButton* btnOK;
+    QPushButton* btnCANCEL;
+    DirListBox* Dir2;
+    QListWidget* lstList1;
+    QLabel* copyright;
+
+    // Menus and menu items.
+    QMenu* mnuFile;
+    QAction* mnuOpen;
+    QAction* mnuCopyNuvi;
+    QAction* mnuExit;
+    QMenu* mnuSelections;
+    QAction* mnuSelectTracks;
+    QAction* mnuSelectFavorites;
+    QAction* mnuX1;
+    QAction* mnuMarkNewFavorites;
+    QAction* mnuSelectAllItems;
+    QAction* mnuUnselectAllItems;
+    QAction* mnuX2;
+    QAction* mnuSaveFavorites;
+    QAction* mnuExport;
+    QMenu* mnuUsers;
+    QAction* mnuCreateNewUser;
+    QAction* mnuSwitchDevice;
+    QMenu* mnuSymbolTableSelections;
+    QAction* mnuWithSymbolConversion;
+    QAction* mnuWithOutSymbolConversion;
+    QAction* mnuReloadSymTable;
+    QAction* mnuSymbolTable;
+    QMenu* helpMnu;
+    QAction* mnuAbout;
+    QAction* mnuHelpDoc;
+    QAction* mnuDeviceSelection;
+    QAction* mnuExportFavoritesHelp;
+    QAction* mnuHelpMarkNewFavorites;
+    QAction* mnuHelpSaveFavorites;
+    QAction* mnuHelpSymbolTable;
+
+    // Start-up and the window's own commands.
+    void Form_Load();
+    void mnuExit_Click();
+    void mnuAbout_Click();
+
+    // Devices.
+    void mnuSwitchDevice_Click();
+    void lstDevice_Click();
+    void lstDevice_DblClick();
+    void btnOK_Click();
+    void btnCANCEL_Click();
+    void mnuCreateNewUser_Click();
+
+    // Source file choice.
+    void mnuOpen_Click();
+    void Drive1_Change();
+    void Dir1_Change();
+    void File1_Click();
+    void mnuCopyNuvi_Click();
+
+    // Items.
+    void mnuSelectFavorites_Click();
+    void mnuSelectTracks_Click();
+    void Grid1_Click();
+    void mnuSelectAllItems_Click();
+    void mnuUnselectAllItems_Click();
+
+    // Export and symbol table.
+    void mnuExport_Click();
+    void mnuWithSymbolConversion_Click();
+    void mnuWithOutSymbolConversion_Click();
+    void LoadSymbolTable();
+    void mnuReloadSymTable_Click();
+    void mnuSymbolTable_Click();
+
+    // Favorites history.
+    void mnuSaveFavorites_Click();
+    void mnuMarkNewFavorites_Click();
+
+    // Whether symbol conversion is on: the check mark of "Export With Symbol Conversion".
+    bool SymbolConversion() const;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void buildControls();
+    void buildMenus();
+    void connectHandlers();
+
+    // The status line: a text alone keeps the colour; with a colour it sets both.
+    void setStatus(const QString& text);
+    void setStatus(const QString& text, const QColor& colour);
+    void setMenuEnabled(QMenu* menu, bool enabled);
+    // Selects the drive that holds the folder, making the folder that drive's current one.
+    void selectDriveOf(const QString& folder);
+    // Takes a device folder as the current device: caption, lists, Open.
+    void takeDevice(const QString& folder);
+    // Re-reads the device folders into the hidden folder list.
+    void refreshDevices();
+    // The source file: the folder of the lists plus the chosen name.
+    QString SourceGpxFile() const;
+    // Keeps the second load, Export and the favorites commands from starting while a load
+    // reads its file, and restores their states afterwards.
+    void beginLoad();
+    void endLoad();
+    void prepareGrid(bool tracks);
+    // Lets pending window events run (the status repaints, the grid can be clicked).
+    void DoEvents();
+
+    bool m_programEnded = false;
+    bool m_loading = false;
+    bool m_unloading = false;
+    bool m_workspaceUsable = true;
+    // Each track row's name as the source stores it, by grid row.
+    QStringList m_trackSourceNames;
+};

@@ -1,0 +1,392 @@
+// The main window's item commands: loading favorites or tracks into the item grid, marking,
+// exporting, and the favorites history.
+
+#include "app/frmForm1.h"
+
+#include "app/Dialogs.h"
+#include "app/StatusColours.h"
+#include "app/Workspace.h"
+#include "export/ExportWriter.h"
+#include "export/TextHelpers.h"
+#include "favorites/FavoritesHistory.h"
+#include "items/FavoritesScanner.h"
+#include "items/FlexGrid.h"
+#include "items/ItemMarks.h"
+#include "items/TracksScanner.h"
+#include "symbols/symtable.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QListWidget>
+#include <QSaveFile>
+#include <QTime>
+
+namespace {
+
+// The source is read in blocks of this size.
+constexpr qint64 blockSize = 256 * 1024;
+// While a load runs, rows are appended and the window repaints at least this often.
+constexpr qint64 repaintMilliseconds = 50;
+
+QString timeOfDay() {
+    return QTime::currentTime().toString(QStringLiteral("HH:mm:ss"));
+}
+
+// Only a regular file is read as a source: a FIFO or a device behind a link could block
+// the program or never end.
+bool isReadableSource(const QString& path) {
+    return QFileInfo(path).isFile();
+}
+
+} // namespace
+
+void frmForm1::beginLoad() {
+    m_loading = true;
+    mnuSelectFavorites->setEnabled(false);
+    mnuSelectTracks->setEnabled(false);
+}
+
+void frmForm1::endLoad() {
+    m_loading = false;
+    mnuSelectFavorites->setEnabled(true);
+    mnuSelectTracks->setEnabled(true);
+}
+
+void frmForm1::prepareGrid(bool tracks) {
+    Grid1->setRows(0);
+    Grid1->show();
+    Grid1->AddItem(QStringLiteral(" "));
+    if (tracks) {
+        Grid1->setTextMatrix(0, 1, QStringLiteral("TRACK NAME"));
+        Grid1->setTextMatrix(0, 2, QStringLiteral("BLANK"));
+        Grid1->setColWidth(0, 240);
+        Grid1->setColWidth(1, 6240);
+        Grid1->setColWidth(2, 0);
+        Grid1->setColWidth(3, 0);
+    } else {
+        Grid1->setTextMatrix(0, 1, QStringLiteral("NAME"));
+        Grid1->setTextMatrix(0, 2, QStringLiteral("FAVORITE'S XML CODE"));
+        Grid1->setTextMatrix(0, 3, QStringLiteral("SYMBOL"));
+        Grid1->setColWidth(0, 240);
+        Grid1->setColWidth(1, 4440);
+        Grid1->setColWidth(2, 0);
+        Grid1->setColWidth(3, 1560);
+    }
+    m_trackSourceNames = QStringList{QString()};
+}
+
+void frmForm1::mnuSelectFavorites_Click() {
+    if (m_loading)
+        return;
+    setStatus(QStringLiteral("  Please open a file first."));
+    if (SourceFileName.isEmpty())
+        return;
+    TracksLoaded = false;
+    ItemsLoaded = true;
+    mnuExport->setEnabled(true);
+    mnuSaveFavorites->setEnabled(true);
+    mnuMarkNewFavorites->setEnabled(true);
+    mnuSelectAllItems->setEnabled(true);
+    mnuUnselectAllItems->setEnabled(true);
+    setWindowTitle(QStringLiteral("Favorites Selected"));
+    prepareGrid(false);
+
+    const QString path = SourceGpxFile();
+    QFile source(path);
+    if (!isReadableSource(path) || !source.open(QIODevice::ReadOnly)) {
+        Dialogs::MsgBox(this, QStringLiteral("File ") + SourceFileName +
+                                  QStringLiteral("can't be openned."));
+        SourceFileName.clear();
+        setWindowTitle(QStringLiteral("NOTHING Selected"));
+        return;
+    }
+    setStatus(QStringLiteral("Reading...."), StatusColours::yellow());
+    beginLoad();
+
+    FavoritesScanner scanner;
+    QElapsedTimer sinceRepaint;
+    sinceRepaint.start();
+    QByteArray block;
+    bool readFailed = false;
+    auto appendRows = [this, &scanner] {
+        const QList<FavoriteItem> items = scanner.takeItems();
+        if (items.isEmpty())
+            return;
+        QList<QStringList> rows;
+        rows.reserve(items.size());
+        for (const FavoriteItem& item : items)
+            rows.append({QStringLiteral(" "), item.name, item.code, item.symbol});
+        Grid1->gridModel()->appendRows(rows);
+    };
+    while (!scanner.stopped() && !m_unloading) {
+        block.resize(blockSize);
+        const qint64 got = source.read(block.data(), blockSize);
+        if (got < 0) {
+            readFailed = true;
+            break;
+        }
+        if (got == 0)
+            break;
+        block.resize(got);
+        scanner.feed(block);
+        if (sinceRepaint.elapsed() >= repaintMilliseconds) {
+            appendRows();
+            DoEvents();
+            sinceRepaint.restart();
+        }
+    }
+    appendRows();
+    if (scanner.hasHeader())
+        HeaderText = scanner.header();
+    const QString readError = source.errorString();
+    source.close();
+    endLoad();
+
+    if (readFailed) {
+        Dialogs::MsgBox(this, QStringLiteral("File %1 could not be read to its end:\r\n%2")
+                                  .arg(QDir::toNativeSeparators(path), readError));
+        return;
+    }
+    if (m_unloading)
+        return;
+    setStatus(QStringLiteral("Finished Loading Favorites"), StatusColours::cyan());
+    Grid1->setFixedRows(1);
+}
+
+void frmForm1::mnuSelectTracks_Click() {
+    if (m_loading)
+        return;
+    setStatus(QStringLiteral("  Please open a file first."));
+    if (SourceFileName.isEmpty())
+        return;
+    ItemsLoaded = true;
+    TracksLoaded = true;
+    InHeader = true;
+    mnuExport->setEnabled(true);
+    mnuSelectAllItems->setEnabled(true);
+    mnuUnselectAllItems->setEnabled(true);
+    mnuSaveFavorites->setEnabled(false);
+    mnuMarkNewFavorites->setEnabled(false);
+    setWindowTitle(QStringLiteral("Tracks Selected"));
+    prepareGrid(true);
+
+    const QString path = SourceGpxFile();
+    QFile source(path);
+    if (!isReadableSource(path) || !source.open(QIODevice::ReadOnly)) {
+        Dialogs::MsgBox(this, QStringLiteral("File ") + SourceFileName +
+                                  QStringLiteral("can't be openned."));
+        SourceFileName.clear();
+        setWindowTitle(QStringLiteral("NOTHING Selected"));
+        return;
+    }
+
+    // The scratch file replaces the earlier one only once the load has written it.
+    const QString scratchPath = Workspace::findEntry(DeviceFolder, QStringLiteral("TEMP.TMP"));
+    QSaveFile scratch(scratchPath);
+    if (!scratch.open(QIODevice::WriteOnly)) {
+        Dialogs::MsgBox(this,
+                        QStringLiteral("The track scratch file %1 can't be created:\r\n%2")
+                            .arg(QDir::toNativeSeparators(scratchPath), scratch.errorString()));
+        return;
+    }
+
+    setStatus(QStringLiteral("Reading...."), StatusColours::yellow());
+    LoadStartTime = timeOfDay();
+    HeaderText.clear();
+    beginLoad();
+
+    TracksScanner scanner(&scratch);
+    QElapsedTimer sinceRepaint;
+    sinceRepaint.start();
+    QByteArray block;
+    bool readFailed = false;
+    auto appendRows = [this, &scanner] {
+        const QList<TrackItem> items = scanner.takeItems();
+        if (items.isEmpty())
+            return;
+        QList<QStringList> rows;
+        rows.reserve(items.size());
+        for (const TrackItem& item : items) {
+            rows.append({QStringLiteral(" "), item.name, item.code, QString()});
+            m_trackSourceNames.append(item.sourceName);
+        }
+        Grid1->gridModel()->appendRows(rows);
+    };
+    while (!scanner.stopped() && !m_unloading) {
+        block.resize(blockSize);
+        const qint64 got = source.read(block.data(), blockSize);
+        if (got < 0) {
+            readFailed = true;
+            break;
+        }
+        if (got == 0)
+            break;
+        block.resize(got);
+        scanner.feed(block);
+        if (sinceRepaint.elapsed() >= repaintMilliseconds) {
+            appendRows();
+            DoEvents();
+            sinceRepaint.restart();
+        }
+    }
+    appendRows();
+    if (scanner.hasHeader())
+        HeaderText = scanner.header();
+    InHeader = !scanner.hasHeader();
+    const QString readError = source.errorString();
+    source.close();
+    // A failed read leaves the earlier scratch file in place, and commit() alone does not
+    // notice a failure to write out the last buffered bytes (a full disk), hence the flush.
+    const bool written = !readFailed && scanner.finish() && scratch.flush() && scratch.commit();
+    const QString writeError =
+        scanner.writeError().isEmpty() ? scratch.errorString() : scanner.writeError();
+    endLoad();
+
+    if (readFailed) {
+        Dialogs::MsgBox(this, QStringLiteral("File %1 could not be read to its end:\r\n%2")
+                                  .arg(QDir::toNativeSeparators(path), readError));
+        return;
+    }
+    if (!written) {
+        Dialogs::MsgBox(this, QStringLiteral("The track scratch file %1 could not be "
+                                             "written:\r\n%2")
+                                  .arg(QDir::toNativeSeparators(scratchPath), writeError));
+        return;
+    }
+    if (m_unloading)
+        return;
+    setStatus(QStringLiteral("Finished loading tracks ") + LoadStartTime + QLatin1Char(' ') +
+                  timeOfDay(),
+              StatusColours::cyan());
+    if (Grid1->Rows() > 1)
+        Grid1->setFixedRows(1);
+}
+
+void frmForm1::Grid1_Click() {
+    const int row = Grid1->Row();
+    if (row <= 0)
+        return;
+    Grid1->setTextMatrix(row, 0, toggledMark(Grid1->TextMatrix(row, 0)));
+}
+
+void frmForm1::mnuSelectAllItems_Click() {
+    setAllMarks(*Grid1->gridModel(), QStringLiteral("X"));
+}
+
+void frmForm1::mnuUnselectAllItems_Click() {
+    setAllMarks(*Grid1->gridModel(), QStringLiteral(" "));
+}
+
+void frmForm1::mnuExport_Click() {
+    if (m_loading)
+        return;
+    if (SourceFileName.isEmpty()) {
+        Dialogs::MsgBox(this, QStringLiteral("Select a GPX file."));
+        mnuOpen_Click();
+        return;
+    }
+    if (!ItemsLoaded) {
+        Dialogs::MsgBox(this, QStringLiteral("Select favorites or tracks first.\r\nSee Selections "
+                                             "menu."));
+        return;
+    }
+    bool anyMarked = false;
+    ExportName.clear();
+    for (int row = 1; row < Grid1->Rows(); ++row) {
+        if (Grid1->TextMatrix(row, 0) != QLatin1String("X"))
+            continue;
+        anyMarked = true;
+        if (!Grid1->TextMatrix(row, 1).isEmpty()) {
+            ExportName = Grid1->TextMatrix(row, 1);
+            break;
+        }
+    }
+    if (!anyMarked) {
+        Dialogs::MsgBox(this, QStringLiteral("Please select an item first."));
+        return;
+    }
+
+    const QString outputFolder = Workspace::findEntry(DeviceFolder, QStringLiteral("output"));
+    Workspace::MakeFolder(outputFolder);
+    setStatus(QStringLiteral("EXPORTING"), StatusColours::yellow());
+    DoEvents();
+    if (CurrentFolder.size() > 1 && CurrentFolder.endsWith(QLatin1Char('/')))
+        CurrentFolder.chop(1);
+    ExportName = CleanName(ExportName);
+
+    ExportResult result;
+    if (TracksLoaded) {
+        const QString scratchPath = Workspace::findEntry(DeviceFolder, QStringLiteral("TEMP.TMP"));
+        result = exportTracks(outputFolder, ExportName, HeaderText, *Grid1->gridModel(),
+                              m_trackSourceNames, scratchPath);
+    } else {
+        QList<SymbolPair> table;
+        table.reserve(Grid2->Rows());
+        for (int row = 0; row < Grid2->Rows(); ++row)
+            table.append({Grid2->TextMatrix(row, 0), Grid2->TextMatrix(row, 1)});
+        result = exportFavorites(outputFolder, ExportName, HeaderText, *Grid1->gridModel(),
+                                 SymbolConversion() ? &table : nullptr);
+    }
+    if (result.scratchUnreadable) {
+        Dialogs::MsgBox(this, QStringLiteral("File ") + SourceFileName +
+                                  QStringLiteral("can't be openned."));
+        return;
+    }
+    if (!result.error.isEmpty()) {
+        Dialogs::MsgBox(this, QStringLiteral("The export file could not be written in %1:\r\n%2")
+                                  .arg(QDir::toNativeSeparators(outputFolder), result.error));
+        return;
+    }
+    ExportName = QFileInfo(result.path).completeBaseName();
+    setStatus(QStringLiteral("EXPORT IS DONE"), StatusColours::cyan());
+}
+
+void frmForm1::mnuSaveFavorites_Click() {
+    if (m_loading)
+        return;
+    if (SourceFileName.isEmpty()) {
+        Dialogs::MsgBox(this, QStringLiteral("Select a GPX file."));
+        mnuOpen_Click();
+        return;
+    }
+    if (!ItemsLoaded || TracksLoaded) {
+        Dialogs::MsgBox(this, QStringLiteral("Select favorites first.\r\nSee Selections menu."));
+        return;
+    }
+    setStatus(QStringLiteral("Saving Favorites"), StatusColours::yellow());
+    DoEvents();
+    const QString path = favoritesPathIn(DeviceFolder);
+    const QString error = saveFavorites(path, *Grid1->gridModel());
+    if (!error.isEmpty()) {
+        Dialogs::MsgBox(this, QStringLiteral("The favorites could not be saved to %1; the earlier "
+                                             "file is unchanged:\r\n%2")
+                                  .arg(QDir::toNativeSeparators(path), error));
+        return;
+    }
+    setStatus(QStringLiteral("Favorites Saved"), StatusColours::cyan());
+}
+
+void frmForm1::mnuMarkNewFavorites_Click() {
+    if (m_loading)
+        return;
+    lstList1->clear();
+    setStatus(QStringLiteral("Marking New Favorites."), StatusColours::yellow());
+    DoEvents();
+    const SavedNames saved = readSavedNames(favoritesPathIn(DeviceFolder));
+    if (!saved.opened) {
+        Dialogs::MsgBox(this, QStringLiteral("Favorites must have been saved at some point\r\n"
+                                             "before this option will work."));
+        return;
+    }
+    if (!saved.error.isEmpty()) {
+        Dialogs::MsgBox(
+            this, QStringLiteral("The saved favorites %1 could not be read:\r\n%2")
+                      .arg(QDir::toNativeSeparators(favoritesPathIn(DeviceFolder)), saved.error));
+        return;
+    }
+    lstList1->addItems(saved.names);
+    markNewFavorites(*Grid1->gridModel(), saved.names);
+    setStatus(QStringLiteral("New favorites marked with an X"), StatusColours::cyan());
+}

@@ -1,0 +1,105 @@
+#pragma once
+
+// A private workspace for main-window tests: HOME points at a temporary folder, and the
+// message and input boxes are answered by the test instead of a person.
+
+#include "app/Dialogs.h"
+#include "app/DirListBox.h"
+#include "app/DriveListBox.h"
+#include "app/FileListBox.h"
+#include "app/frmForm1.h"
+#include "items/FlexGrid.h"
+
+#include <QDir>
+#include <QFile>
+#include <QListWidget>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+class MainWindowFixture {
+public:
+    MainWindowFixture() {
+        qputenv("HOME", home.path().toLocal8Bit());
+        Dialogs::setMessageHandler([this](const QString& text) { messages.append(text); });
+        Dialogs::setInputHandler([this](const QString& prompt, const QString& title,
+                                        const QString& defaultAnswer) {
+            prompts.append(prompt + QLatin1Char('|') + title + QLatin1Char('|') + defaultAnswer);
+            return answers.isEmpty() ? QString() : answers.takeFirst();
+        });
+    }
+    ~MainWindowFixture() {
+        window.reset();
+        Dialogs::setMessageHandler({});
+        Dialogs::setInputHandler({});
+    }
+
+    QString root() const { return home.path() + QStringLiteral("/GPX"); }
+    QString device(const QString& name) const { return root() + QLatin1Char('/') + name; }
+
+    void makeDevices(const QStringList& names) {
+        QDir().mkpath(root());
+        for (const QString& name : names)
+            QDir().mkpath(device(name));
+    }
+
+    static void writeFile(const QString& path, const QByteArray& bytes) {
+        QFile file(path);
+        QVERIFY2(file.open(QIODevice::WriteOnly), qPrintable(path));
+        QCOMPARE(file.write(bytes), bytes.size());
+    }
+
+    static QByteArray readFile(const QString& path) {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return file.readAll();
+    }
+
+    frmForm1& start() {
+        window = std::make_unique<frmForm1>();
+        window->show();
+        if (!QTest::qWaitForWindowExposed(window.get()))
+            qWarning("the main window was not exposed");
+        return *window;
+    }
+
+    // Clicks a name in the file list as the user would.
+    void clickFile(const QString& name) {
+        FileListBox* list = window->File1;
+        const QList<QListWidgetItem*> found = list->findItems(name, Qt::MatchExactly);
+        QVERIFY2(found.size() == 1, qPrintable(name));
+        const QRect rect = list->visualItemRect(found.first());
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, rect.center());
+    }
+
+    // Clicks a cell of the item grid.
+    void clickGrid(int row, int col = 1) {
+        FlexGrid* grid = window->Grid1;
+        const QRect rect = grid->visualRect(grid->gridModel()->index(row, col));
+        QVERIFY2(rect.isValid(), "the cell is not on screen");
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, rect.center());
+    }
+
+    // Puts a source file into a folder, opens the lists on it and clicks it.
+    void chooseSource(const QString& folder, const QString& name, const QByteArray& bytes) {
+        writeFile(folder + QLatin1Char('/') + name, bytes);
+        window->CurrentFolder = folder;
+        window->mnuOpen_Click();
+        clickFile(name);
+    }
+
+    QStringList column(int col) const {
+        QStringList cells;
+        for (int row = 1; row < window->Grid1->Rows(); ++row)
+            cells.append(window->Grid1->TextMatrix(row, col));
+        return cells;
+    }
+
+    QTemporaryDir home;
+    QStringList messages;
+    QStringList prompts;
+    QStringList answers;
+    std::unique_ptr<frmForm1> window;
+};
