@@ -3,7 +3,7 @@
 namespace Copyright {
 
 QString notice() {
-    return QStringLiteral("Copyright ") + QChar(169) + QStringLiteral(" 2026 Tarnwick developers");
+    return QStringLiteral("Copyright ") + QChar(169) + QStringLiteral(" 2026 Tarnwick");
 }
 
 } // namespace Copyright

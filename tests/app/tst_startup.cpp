@@ -180,6 +180,9 @@ void StartupTest::copyrightSignAndAboutBox() {
     f.makeDevices({QStringLiteral("Nuvi_1")});
     frmForm1& w = f.start();
     QCOMPARE(w.copyright->text().at(10), QChar(169));
+    // The notice is read in full, not cut at the label's edge.
+    QVERIFY(w.copyright->fontMetrics().horizontalAdvance(w.copyright->text()) <=
+            w.copyright->contentsRect().width());
     QCOMPARE(w.BuildDate, QStringLiteral("08/05/2010"));
     w.mnuAbout->trigger();
     QCOMPARE(f.messages.size(), 1);
