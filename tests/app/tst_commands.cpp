@@ -49,6 +49,8 @@ private slots:
     void saveThenMarkNewLeavesEveryRowUnmarked();
     void renamedFavoriteIsMarkedNew();
     void markNewWithoutSavedFavoritesSaysSo();
+    void everyByteValueSurvivesLoadExportAndSave();
+    void eachDeviceKeepsItsOwnFiles();
 };
 
 void CommandsTest::fileClickChoosesTheSourceAndLoadsTheTable() {
@@ -354,6 +356,86 @@ void CommandsTest::markNewWithoutSavedFavoritesSaysSo() {
     QCOMPARE(f.column(0), QStringList({" ", "X"}));
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Marking New Favorites."));
     QCOMPARE(statusColour(w), QColor(255, 255, 0));
+}
+
+// A favorite holding every byte value but those the loader turns into structure (CR, LF and
+// '<') leaves through the export and the favorites history exactly as it stood in the file.
+void CommandsTest::everyByteValueSurvivesLoadExportAndSave() {
+    MainWindowFixture f;
+    f.answers = {QStringLiteral("Nuvi_1")};
+    frmForm1& w = f.start();
+    QByteArray bytes;
+    for (int b = 0; b < 256; ++b) {
+        if (b != '\r' && b != '\n' && b != '<')
+            bytes.append(char(b));
+    }
+    const QByteArray favorite = "<wpt lat=\"1\" lon=\"2\"><name>N\xe9\x80\xff</name><desc>" +
+                                bytes + "</desc><sym>\x81\x8d\x8f\x90\x9d</sym></wpt>";
+    const QByteArray header = "<gpx creator=\"\xa9\x01\">";
+    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX",
+                   header + "\r\n" + favorite + "\r\n</gpx>\r\n");
+    w.mnuSelectFavorites->trigger();
+    QCOMPARE(w.Grid1->Rows(), 2);
+    QCOMPARE(w.Grid1->TextMatrix(1, 1), QStringLiteral("N\u00e9\u20ac\u00ff"));
+    w.mnuSelectAllItems->trigger();
+    w.mnuExport->trigger();
+    QVERIFY2(f.messages.isEmpty(), qPrintable(f.messages.join('\n')));
+    const QStringList files = outputFiles(f.device("Nuvi_1"));
+    QCOMPARE(files.size(), 1);
+    QCOMPARE(f.readFile(f.device("Nuvi_1") + "/output/" + files.first()),
+             header + " \r\n" + favorite + " \r\n</gpx>\r\n");
+
+    w.mnuSaveFavorites->trigger();
+    QCOMPARE(f.readFile(f.device("Nuvi_1") + "/FAVORITES.TXT"),
+             "N\xe9\x80\xff\t" + favorite + " \r\n");
+    w.mnuMarkNewFavorites->trigger();
+    QCOMPARE(f.column(0), QStringList{" "});
+}
+
+// Exports, the favorites history and the scratch file go to the device taken, and switching
+// devices leaves the other device's files as they were.
+void CommandsTest::eachDeviceKeepsItsOwnFiles() {
+    MainWindowFixture f;
+    f.makeDevices({"Nuvi_1", "Nuvi_2"});
+    frmForm1& w = f.start();
+    auto take = [&w](const QString& name) {
+        w.mnuSwitchDevice_Click();
+        const QList<QListWidgetItem*> found = w.lstDevice->findItems(name, Qt::MatchExactly);
+        QCOMPARE(found.size(), 1);
+        w.lstDevice->setCurrentItem(found.first());
+        w.lstDevice_Click();
+        w.btnOK_Click();
+        QCOMPARE(w.windowTitle(), "Tarnwick - Device = " + name);
+    };
+    take("Nuvi_1");
+    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", favoritesFile);
+    w.mnuSelectFavorites->trigger();
+    w.mnuSelectAllItems->trigger();
+    w.mnuExport->trigger();
+    w.mnuSaveFavorites->trigger();
+    w.mnuSelectTracks->trigger();
+    const QByteArray scratch1 = f.readFile(f.device("Nuvi_1") + "/TEMP.TMP");
+
+    take("Nuvi_2");
+    f.chooseSource(f.device("Nuvi_2"), "CURRENT.GPX", tracksFile);
+    w.mnuSelectTracks->trigger();
+    w.mnuSelectAllItems->trigger();
+    w.mnuExport->trigger();
+    QVERIFY2(f.messages.isEmpty(), qPrintable(f.messages.join('\n')));
+
+    QCOMPARE(outputFiles(f.device("Nuvi_1")), QStringList{"A  B.gpx"});
+    QCOMPARE(outputFiles(f.device("Nuvi_2")), QStringList{"Day 1.gpx"});
+    QVERIFY(QFileInfo::exists(f.device("Nuvi_1") + "/FAVORITES.TXT"));
+    QVERIFY(!QFileInfo::exists(f.device("Nuvi_2") + "/FAVORITES.TXT"));
+    QCOMPARE(f.readFile(f.device("Nuvi_1") + "/TEMP.TMP"), scratch1);
+    QVERIFY(f.readFile(f.device("Nuvi_2") + "/TEMP.TMP").contains("Day 2"));
+    QCOMPARE(f.readFile(f.device("Nuvi_2") + "/symtable.txt").size(), 1984);
+
+    // With Nuvi_2 taken, Mark New Favorites finds no saved favorites of its own.
+    w.mnuSelectFavorites->trigger();
+    f.messages.clear();
+    w.mnuMarkNewFavorites->trigger();
+    QCOMPARE(f.messages.size(), 1);
 }
 
 QTEST_MAIN(CommandsTest)
