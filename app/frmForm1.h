@@ -1,9 +1,13 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QMainWindow>
 #include <QStringList>
 
+#include <functional>
+
 class QAction;
+class QFile;
 class QLabel;
 class QLineEdit;
 class QListWidget;
@@ -160,6 +164,14 @@ private:
     void prepareGrid(bool tracks);
     // Lets pending window events run (the status repaints, the grid can be clicked).
     void DoEvents();
+    // Opens the chosen source for a load; when it can't be, says so and forgets the file.
+    bool openSource(QFile& source);
+    // Feeds the source to a scanner in blocks until feed returns false or the file ends,
+    // appending the rows found so far and letting the window repaint at least every 50 ms.
+    // False when a read failed; the rows read until then stay.
+    bool readSource(QFile& source, const std::function<bool(QByteArrayView)>& feed,
+                    const std::function<void()>& appendRows);
+    void reportReadError(const QString& path, const QString& reason);
 
     bool m_programEnded = false;
     bool m_loading = false;

@@ -77,6 +77,48 @@ void frmForm1::prepareGrid(bool tracks) {
     m_trackSourceNames = QStringList{QString()};
 }
 
+bool frmForm1::openSource(QFile& source) {
+    if (isReadableSource(source.fileName()) && source.open(QIODevice::ReadOnly))
+        return true;
+    Dialogs::MsgBox(this,
+                    QStringLiteral("File ") + SourceFileName + QStringLiteral("can't be openned."));
+    SourceFileName.clear();
+    setWindowTitle(QStringLiteral("NOTHING Selected"));
+    return false;
+}
+
+bool frmForm1::readSource(QFile& source, const std::function<bool(QByteArrayView)>& feed,
+                          const std::function<void()>& appendRows) {
+    QElapsedTimer sinceRepaint;
+    sinceRepaint.start();
+    QByteArray block;
+    bool more = true;
+    while (more && !m_unloading) {
+        block.resize(blockSize);
+        const qint64 got = source.read(block.data(), blockSize);
+        if (got < 0) {
+            appendRows();
+            return false;
+        }
+        if (got == 0)
+            break;
+        block.resize(got);
+        more = feed(block);
+        if (sinceRepaint.elapsed() >= repaintMilliseconds) {
+            appendRows();
+            DoEvents();
+            sinceRepaint.restart();
+        }
+    }
+    appendRows();
+    return true;
+}
+
+void frmForm1::reportReadError(const QString& path, const QString& reason) {
+    Dialogs::MsgBox(this, QStringLiteral("File %1 could not be read to its end:\r\n%2")
+                              .arg(QDir::toNativeSeparators(path), reason));
+}
+
 void frmForm1::mnuSelectFavorites_Click() {
     if (m_loading)
         return;
@@ -95,21 +137,12 @@ void frmForm1::mnuSelectFavorites_Click() {
 
     const QString path = SourceGpxFile();
     QFile source(path);
-    if (!isReadableSource(path) || !source.open(QIODevice::ReadOnly)) {
-        Dialogs::MsgBox(this, QStringLiteral("File ") + SourceFileName +
-                                  QStringLiteral("can't be openned."));
-        SourceFileName.clear();
-        setWindowTitle(QStringLiteral("NOTHING Selected"));
+    if (!openSource(source))
         return;
-    }
     setStatus(QStringLiteral("Reading...."), StatusColours::yellow());
     beginLoad();
 
     FavoritesScanner scanner;
-    QElapsedTimer sinceRepaint;
-    sinceRepaint.start();
-    QByteArray block;
-    bool readFailed = false;
     auto appendRows = [this, &scanner] {
         const QList<FavoriteItem> items = scanner.takeItems();
         if (items.isEmpty())
@@ -120,24 +153,8 @@ void frmForm1::mnuSelectFavorites_Click() {
             rows.append({QStringLiteral(" "), item.name, item.code, item.symbol});
         Grid1->gridModel()->appendRows(rows);
     };
-    while (!scanner.stopped() && !m_unloading) {
-        block.resize(blockSize);
-        const qint64 got = source.read(block.data(), blockSize);
-        if (got < 0) {
-            readFailed = true;
-            break;
-        }
-        if (got == 0)
-            break;
-        block.resize(got);
-        scanner.feed(block);
-        if (sinceRepaint.elapsed() >= repaintMilliseconds) {
-            appendRows();
-            DoEvents();
-            sinceRepaint.restart();
-        }
-    }
-    appendRows();
+    const bool readFailed = !readSource(
+        source, [&scanner](QByteArrayView bytes) { return scanner.feed(bytes); }, appendRows);
     if (scanner.hasHeader())
         HeaderText = scanner.header();
     const QString readError = source.errorString();
@@ -145,8 +162,7 @@ void frmForm1::mnuSelectFavorites_Click() {
     endLoad();
 
     if (readFailed) {
-        Dialogs::MsgBox(this, QStringLiteral("File %1 could not be read to its end:\r\n%2")
-                                  .arg(QDir::toNativeSeparators(path), readError));
+        reportReadError(path, readError);
         return;
     }
     if (m_unloading)
@@ -174,13 +190,8 @@ void frmForm1::mnuSelectTracks_Click() {
 
     const QString path = SourceGpxFile();
     QFile source(path);
-    if (!isReadableSource(path) || !source.open(QIODevice::ReadOnly)) {
-        Dialogs::MsgBox(this, QStringLiteral("File ") + SourceFileName +
-                                  QStringLiteral("can't be openned."));
-        SourceFileName.clear();
-        setWindowTitle(QStringLiteral("NOTHING Selected"));
+    if (!openSource(source))
         return;
-    }
 
     // The scratch file replaces the earlier one only once the load has written it.
     const QString scratchPath = Workspace::findEntry(DeviceFolder, QStringLiteral("TEMP.TMP"));
@@ -198,10 +209,6 @@ void frmForm1::mnuSelectTracks_Click() {
     beginLoad();
 
     TracksScanner scanner(&scratch);
-    QElapsedTimer sinceRepaint;
-    sinceRepaint.start();
-    QByteArray block;
-    bool readFailed = false;
     auto appendRows = [this, &scanner] {
         const QList<TrackItem> items = scanner.takeItems();
         if (items.isEmpty())
@@ -214,24 +221,8 @@ void frmForm1::mnuSelectTracks_Click() {
         }
         Grid1->gridModel()->appendRows(rows);
     };
-    while (!scanner.stopped() && !m_unloading) {
-        block.resize(blockSize);
-        const qint64 got = source.read(block.data(), blockSize);
-        if (got < 0) {
-            readFailed = true;
-            break;
-        }
-        if (got == 0)
-            break;
-        block.resize(got);
-        scanner.feed(block);
-        if (sinceRepaint.elapsed() >= repaintMilliseconds) {
-            appendRows();
-            DoEvents();
-            sinceRepaint.restart();
-        }
-    }
-    appendRows();
+    const bool readFailed = !readSource(
+        source, [&scanner](QByteArrayView bytes) { return scanner.feed(bytes); }, appendRows);
     if (scanner.hasHeader())
         HeaderText = scanner.header();
     InHeader = !scanner.hasHeader();
@@ -245,8 +236,7 @@ void frmForm1::mnuSelectTracks_Click() {
     endLoad();
 
     if (readFailed) {
-        Dialogs::MsgBox(this, QStringLiteral("File %1 could not be read to its end:\r\n%2")
-                                  .arg(QDir::toNativeSeparators(path), readError));
+        reportReadError(path, readError);
         return;
     }
     if (!written) {
