@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QByteArrayView>
+#include <QList>
 #include <QMainWindow>
+#include <QPair>
 #include <QStringList>
 
 #include <functional>
@@ -177,6 +179,8 @@ private:
     bool m_loading = false;
     bool m_unloading = false;
     bool m_workspaceUsable = true;
+    // The commands a load holds back while it runs, with the states they get back after it.
+    QList<QPair<QAction*, bool>> m_heldDuringLoad;
     // Each track row's name as the source stores it, by grid row.
     QStringList m_trackSourceNames;
 };

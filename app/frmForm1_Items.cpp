@@ -15,6 +15,7 @@
 #include "items/TracksScanner.h"
 #include "symbols/symtable.h"
 
+#include <QAction>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -44,14 +45,19 @@ bool isReadableSource(const QString& path) {
 
 void frmForm1::beginLoad() {
     m_loading = true;
-    mnuSelectFavorites->setEnabled(false);
-    mnuSelectTracks->setEnabled(false);
+    m_heldDuringLoad.clear();
+    for (QAction* item :
+         {mnuSelectFavorites, mnuSelectTracks, mnuExport, mnuSaveFavorites, mnuMarkNewFavorites}) {
+        m_heldDuringLoad.append({item, item->isEnabled()});
+        item->setEnabled(false);
+    }
 }
 
 void frmForm1::endLoad() {
     m_loading = false;
-    mnuSelectFavorites->setEnabled(true);
-    mnuSelectTracks->setEnabled(true);
+    for (const auto& [item, enabled] : std::as_const(m_heldDuringLoad))
+        item->setEnabled(enabled);
+    m_heldDuringLoad.clear();
 }
 
 void frmForm1::prepareGrid(bool tracks) {

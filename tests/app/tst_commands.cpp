@@ -7,6 +7,7 @@
 
 #include <QLineEdit>
 #include <QMenu>
+#include <QTimer>
 
 namespace {
 
@@ -51,6 +52,7 @@ private slots:
     void markNewWithoutSavedFavoritesSaysSo();
     void everyByteValueSurvivesLoadExportAndSave();
     void eachDeviceKeepsItsOwnFiles();
+    void commandsWaitWhileALoadRuns();
 };
 
 void CommandsTest::fileClickChoosesTheSourceAndLoadsTheTable() {
@@ -436,6 +438,72 @@ void CommandsTest::eachDeviceKeepsItsOwnFiles() {
     f.messages.clear();
     w.mnuMarkNewFavorites->trigger();
     QCOMPARE(f.messages.size(), 1);
+}
+
+// During a long load the window repaints and rows can be marked, but a second load, Export,
+// Save Favorites and Mark New Favorites wait until it ends.
+void CommandsTest::commandsWaitWhileALoadRuns() {
+    MainWindowFixture f;
+    f.answers = {QStringLiteral("Nuvi_1")};
+    frmForm1& w = f.start();
+    QByteArray points;
+    for (int i = 0; i < 1000; ++i)
+        points += "<trkpt lat=\"1\" lon=\"2\"><ele>3</ele><time>2010-08-05T14:32:00Z</time>"
+                  "</trkpt>\r\n";
+    QByteArray file = "<gpx>\r\n";
+    // Enough data that the load lets events run several times however fast it reads.
+    for (int t = 1; t <= 600; ++t)
+        file += "<trk><name>T" + QByteArray::number(t) + "</name><trkseg>\r\n" + points +
+                "</trkseg></trk>\r\n";
+    file += "</gpx>\r\n";
+    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", file);
+    file.clear();
+
+    int probes = 0;
+    qsizetype rowsShown = 0;
+    QStringList enabledDuringLoad;
+    QTimer probe;
+    QObject::connect(&probe, &QTimer::timeout, [&] {
+        if (!w.loading())
+            return;
+        if (++probes > 1)
+            return;
+        rowsShown = w.Grid1->Rows();
+        for (QAction* item : {w.mnuSelectFavorites, w.mnuSelectTracks, w.mnuExport,
+                              w.mnuSaveFavorites, w.mnuMarkNewFavorites}) {
+            if (item->isEnabled())
+                enabledDuringLoad.append(item->objectName());
+        }
+        f.clickGrid(1);
+        w.mnuExport_Click();
+        w.mnuSaveFavorites_Click();
+        w.mnuMarkNewFavorites_Click();
+        w.mnuSelectFavorites_Click();
+        w.mnuSelectTracks_Click();
+    });
+    probe.start(0);
+    w.mnuSelectTracks->trigger();
+    probe.stop();
+
+    QVERIFY2(probes > 0, "the load never let events run");
+    QVERIFY(rowsShown > 1);
+    QCOMPARE(enabledDuringLoad, QStringList());
+    QVERIFY2(f.messages.isEmpty(), qPrintable(f.messages.join('\n')));
+    QVERIFY(!QFileInfo::exists(f.device("Nuvi_1") + "/output"));
+    QVERIFY(!QFileInfo::exists(f.device("Nuvi_1") + "/FAVORITES.TXT"));
+    QCOMPARE(w.windowTitle(), QStringLiteral("Tracks Selected"));
+    QVERIFY(w.txtStatus->text().startsWith(QStringLiteral("Finished loading tracks")));
+    QCOMPARE(w.Grid1->Rows(), 601);
+    QCOMPARE(w.Grid1->TextMatrix(1, 0), QStringLiteral("X"));
+    QCOMPARE(w.Grid1->TextMatrix(600, 1), QStringLiteral("T600"));
+
+    // Usable again at once, in the states a tracks load gives.
+    QVERIFY(w.mnuExport->isEnabled());
+    QVERIFY(w.mnuSelectFavorites->isEnabled());
+    QVERIFY(!w.mnuSaveFavorites->isEnabled());
+    QVERIFY(!w.mnuMarkNewFavorites->isEnabled());
+    w.mnuExport->trigger();
+    QCOMPARE(outputFiles(f.device("Nuvi_1")), QStringList{"T1.gpx"});
 }
 
 QTEST_MAIN(CommandsTest)
