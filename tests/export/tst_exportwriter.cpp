@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using CorpusItems::readBytes;
+
 namespace {
 
 const QString noneSymbol = QStringLiteral("--- NONE ---");
@@ -21,8 +23,7 @@ const QString noneSymbol = QStringLiteral("--- NONE ---");
 // Fills the grid with its heading row and the item rows (mark, name, code, symbol).
 void fillGrid(FlexGridModel& grid, const QList<QStringList>& rows) {
     grid.setRows(0);
-    grid.appendRows({{QStringLiteral(" "), QStringLiteral("NAME"),
-                      QStringLiteral("FAVORITE'S XML CODE"), QStringLiteral("SYMBOL")}});
+    grid.appendRows({{" ", "NAME", "FAVORITE'S XML CODE", "SYMBOL"}});
     grid.appendRows(rows);
     grid.setFixedRows(1);
 }
@@ -34,38 +35,34 @@ QByteArray crlfLines(const QList<QByteArray>& lines) {
     return bytes;
 }
 
-// The scratch file of the tracks load of two tracks, «Day 1» and «Day 2».
-const QList<QByteArray> twoDays = {
-    "<trk><name>Day 1</name> ",
-    "<trkseg>",
-    " <trkpt lat=\"1\" lon=\"2\"></trkpt>",
-    " <trkpt lat=\"3\" lon=\"4\"></trkpt>",
-    " </trkseg> ",
-    "</trk>",
-    " <trk><name>Day 2</name>",
-    "<trkseg>",
-    "<trkpt lat=\"5\" lon=\"6\"></trkpt>",
-    "</trkseg>",
-    "</trk>",
-    "</gpx>",
-};
+// The scratch file of the tracks load of two tracks, «Day 1» and «Day 2», line by line.
+const QList<QByteArray> twoDays =
+    QByteArray("<trk><name>Day 1</name> \n<trkseg>\n <trkpt lat=\"1\" lon=\"2\"></trkpt>\n"
+               " <trkpt lat=\"3\" lon=\"4\"></trkpt>\n </trkseg> \n</trk>\n"
+               " <trk><name>Day 2</name>\n<trkseg>\n<trkpt lat=\"5\" lon=\"6\"></trkpt>\n"
+               "</trkseg>\n</trk>\n</gpx>")
+        .split('\n');
 
 // Lines first to last, counted from 1.
 QByteArray twoDaysLines(int first, int last) {
     return crlfLines(twoDays.mid(first - 1, last - first + 1));
 }
 
+// Track rows; marks holds an 'X' for each marked row.
 QList<QStringList> trackRows(const QStringList& names, const QString& marks) {
     QList<QStringList> rows;
     for (qsizetype i = 0; i < names.size(); ++i)
-        rows.append(
-            {marks.mid(i, 1) == QLatin1String("X") ? QStringLiteral("X") : QStringLiteral(" "),
-             names[i], QStringLiteral("<name>") + names[i], QString()});
+        rows.append({marks[i] == QLatin1Char('X') ? "X" : " ", names[i], "<name>" + names[i], ""});
     return rows;
 }
 
-QByteArray fileBytes(const QString& path) {
-    return CorpusItems::readBytes(path);
+// The tracks body copied from the scratch device, and how the copy ended.
+std::pair<TracksBody, QByteArray> copyTracks(QIODevice& scratch, const FlexGridModel& grid,
+                                             const QStringList& sourceNames = {}) {
+    QBuffer out;
+    out.open(QIODevice::WriteOnly);
+    const TracksBody how = writeTracksBody(out, scratch, grid, sourceNames);
+    return {how, out.data()};
 }
 
 QStringList entriesOf(const QString& folder) {
@@ -78,52 +75,18 @@ bool touch(const QString& path, const QByteArray& bytes = "old") {
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
-// Whether the permissions of a folder keep this process out (not so for root).
-bool permissionsApply(const QString& folder) {
-    QFile probe(QDir(folder).filePath(QStringLiteral("probe")));
-    if (probe.open(QIODevice::WriteOnly)) {
-        probe.close();
-        probe.remove();
-        return false;
-    }
-    return true;
-}
-
 // The scratch file that a tracks load writes, cut from a file's text: a line ends after each
 // "</trkpt>", "<trkseg>" and "</trk>" stand on their own lines, "</gpx>" is the last line.
 QList<QByteArray> scratchOf(const QByteArray& fileBytes) {
-    const QByteArray text = CorpusItems::loadedForm(fileBytes);
-    QList<QByteArray> lines;
+    QByteArray text = CorpusItems::loadedForm(fileBytes);
     const qsizetype start = text.indexOf("<trk>");
-    qsizetype end = text.indexOf("</gpx>");
     if (start < 0)
-        return lines;
-    if (end < 0)
-        end = text.size();
-    QByteArray line;
-    for (qsizetype pos = start; pos < end;) {
-        const QByteArrayView rest = QByteArrayView(text).sliced(pos);
-        if (rest.startsWith("</trkpt>")) {
-            lines.append(line + "</trkpt>");
-            line.clear();
-            pos += 8;
-        } else if (rest.startsWith("<trkseg>") || rest.startsWith("</trk>")) {
-            const QByteArray tag = rest.startsWith("<trkseg>") ? "<trkseg>" : "</trk>";
-            lines.append(line);
-            lines.append(tag);
-            line.clear();
-            pos += tag.size();
-        } else {
-            line += text[pos++];
-        }
-    }
-    lines.append("</gpx>");
+        return {};
+    text = text.mid(start, text.contains("</gpx>") ? text.indexOf("</gpx>") - start : -1);
+    text.replace("</trkpt>", "</trkpt>\n").replace("<trkseg>", "\n<trkseg>\n");
+    QList<QByteArray> lines = text.replace("</trk>", "\n</trk>\n").split('\n');
+    lines.last() = "</gpx>"; // what follows the last line end is in no line
     return lines;
-}
-
-QStringList corpusFiles() {
-    return QDir(QStringLiteral(TARNWICK_CORPUS))
-        .entryList({QStringLiteral("*.gpx")}, QDir::Files, QDir::Name);
 }
 
 } // namespace
@@ -131,569 +94,391 @@ QStringList corpusFiles() {
 class ExportWriterTest : public QObject {
     Q_OBJECT
 private slots:
-    void favoritesBody_data();
-    void favoritesBody();
-    void tracksBody_data();
-    void tracksBody();
-    void tracksBodyIsTheSameWhateverTheReadSizes();
-    void bodiesReportFailingDevices();
-    void freeExportName_data();
-    void freeExportName();
-    void exportWritesHeaderItemsAndEnd();
-    void exportNeverOverwritesExisting();
-    void everyByteValueSurvivesTheExport();
-    void exportFailuresLeaveNoFile_data();
-    void exportFailuresLeaveNoFile();
-    void tracksExportCopiesFromTheScratchFile();
-    void unreadableScratchLeavesNoFile();
-    void realFavoritesAreCopiedUnchanged();
-    void realSymbolsAreConverted();
-    void realTracksAreCopiedWhole();
-};
-
-void ExportWriterTest::favoritesBody_data() {
-    QTest::addColumn<QList<QStringList>>("rows");
-    QTest::addColumn<bool>("convert");
-    QTest::addColumn<QList<SymbolPair>>("table");
-    QTest::addColumn<QByteArray>("expected");
-
-    const QList<SymbolPair> table = {{QStringLiteral("Flag, Blue"), QStringLiteral("BLUE FLAG")},
-                                     {QStringLiteral("Residence"), QStringLiteral("HOUSE")},
-                                     {QStringLiteral("Residence"), QStringLiteral("SECOND")},
-                                     {QStringLiteral("Blank"), QString()}};
-    const QString home =
-        QStringLiteral("<wpt lat=\"1\" lon=\"2\"> <name>Home</name> <sym>Residence</sym> </wpt> ");
-    const QList<QStringList> homeRow = {
-        {QStringLiteral("X"), QStringLiteral("Home"), home, QStringLiteral("Residence")}};
-
-    QTest::newRow("converted; first of two equal table rows wins")
-        << homeRow << true << table
-        << QByteArray("<wpt lat=\"1\" lon=\"2\"> <name>Home</name> <sym>HOUSE</sym> </wpt> \r\n");
-    QTest::newRow("conversion off") << homeRow << false << table << (home.toLatin1() + "\r\n");
-    QTest::newRow("table row 0 takes part")
-        << QList<QStringList>{{"X", "F", "<wpt><sym>Flag, Blue</sym></wpt>", "Flag, Blue"}} << true
-        << table << QByteArray("<wpt><sym>BLUE FLAG</sym></wpt>\r\n");
-    QTest::newRow("symbol not in table")
-        << QList<QStringList>{{"X", "F", "<wpt><sym>Skull</sym></wpt>", "Skull"}} << true << table
-        << QByteArray("<wpt><sym>Skull</sym></wpt>\r\n");
-    QTest::newRow("look-up is case-sensitive")
-        << QList<QStringList>{{"X", "F", "<wpt><sym>flag, blue</sym></wpt>", "flag, blue"}} << true
-        << table << QByteArray("<wpt><sym>flag, blue</sym></wpt>\r\n");
-    QTest::newRow("no sym element")
-        << QList<QStringList>{{"X", "F", "<wpt><name>F</name></wpt>", "Residence"}} << true << table
-        << QByteArray("<wpt><name>F</name></wpt>\r\n");
-    QTest::newRow("only the first of several sym elements")
-        << QList<QStringList>{{"X", "F", "<sym>Residence</sym><sym>Residence</sym>", "Residence"}}
-        << true << table << QByteArray("<sym>HOUSE</sym><sym>Residence</sym>\r\n");
-    QTest::newRow("empty DeLorme symbol")
-        << QList<QStringList>{{"X", "F", "<wpt><sym>Blank</sym></wpt>", "Blank"}} << true << table
-        << QByteArray("<wpt><sym></sym></wpt>\r\n");
-    QTest::newRow("no closing tag: the whole text follows the symbol")
-        << QList<QStringList>{{"X", "F", "<wpt><sym>Residence", "Residence"}} << true << table
-        << QByteArray("<wpt><sym>HOUSE<wpt><sym>Residence\r\n");
-    QTest::newRow("closing tag before the opening one")
-        << QList<QStringList>{{"X", "F", "a</sym>b<sym>Residence", "Residence"}} << true << table
-        << QByteArray("a</sym>b<sym>HOUSE</sym>b<sym>Residence\r\n");
-    QTest::newRow("DeLorme symbol written unescaped")
-        << QList<QStringList>{{"X", "F", "<sym>A</sym>", "A"}} << true
-        << QList<SymbolPair>{{QStringLiteral("A"), QStringLiteral("R&D <1>")}}
-        << QByteArray("<sym>R&D <1></sym>\r\n");
-    QTest::newRow("only rows marked exactly X, in grid order")
-        << QList<QStringList>{{"X", "a", "<a/>", noneSymbol},
-                              {" ", "b", "<b/>", noneSymbol},
-                              {"x", "c", "<c/>", noneSymbol},
-                              {"X ", "d", "<d/>", noneSymbol},
-                              {"X", "e", "<e/>", noneSymbol}}
-        << true << table << QByteArray("<a/>\r\n<e/>\r\n");
-    QTest::newRow("nothing marked")
-        << QList<QStringList>{{" ", "a", "<a/>", noneSymbol}} << true << table << QByteArray();
-}
-
-void ExportWriterTest::favoritesBody() {
-    QFETCH(QList<QStringList>, rows);
-    QFETCH(bool, convert);
-    QFETCH(QList<SymbolPair>, table);
-    QFETCH(QByteArray, expected);
-    FlexGridModel grid(4);
-    fillGrid(grid, rows);
-    QBuffer out;
-    out.open(QIODevice::WriteOnly);
-    QVERIFY(writeFavoritesBody(out, grid, convert ? &table : nullptr));
-    QCOMPARE(out.data(), expected);
-}
-
-void ExportWriterTest::tracksBody_data() {
-    QTest::addColumn<QByteArray>("scratch");
-    QTest::addColumn<QStringList>("names");
-    QTest::addColumn<QString>("marks");
-    QTest::addColumn<QStringList>("sourceNames");
-    QTest::addColumn<QByteArray>("expected");
-
-    const QByteArray days = crlfLines(twoDays);
-    const QStringList both = {QStringLiteral("Day 1"), QStringLiteral("Day 2")};
-    QTest::newRow("only Day 2") << days << both << "-X" << QStringList() << twoDaysLines(7, 11);
-    QTest::newRow("only Day 1: the copy stops before the next track")
-        << days << both << "X-" << QStringList() << twoDaysLines(1, 6);
-    QTest::newRow("both") << days << both << "XX" << QStringList() << twoDaysLines(1, 11);
-    QTest::newRow("a name found nowhere ends the track loop")
-        << days << QStringList{"Day 1", "Nowhere", "Day 2"} << "XXX" << QStringList()
-        << twoDaysLines(1, 6);
-    QTest::newRow("short name matches another track's start line")
-        << days << QStringList{"Day 1", "Day"} << "-X" << QStringList() << twoDaysLines(1, 6);
-    QTest::newRow("short name matching a track point writes that line only")
-        << days << QStringList{"Day 1", "2"} << "-X" << QStringList() << twoDaysLines(3, 3);
-    QTest::newRow("the search goes on where the previous one matched")
-        << days << QStringList{"lat", "lat", "Day 2"} << "XXX" << QStringList()
-        << (twoDaysLines(3, 3) + twoDaysLines(3, 3) + twoDaysLines(7, 11));
-    QTest::newRow("empty name matches the line the search starts at")
-        << days << QStringList{"Day 1", ""} << "XX" << QStringList() << twoDaysLines(1, 11);
-    QTest::newRow("empty name passes over empty lines")
-        << crlfLines({"", "<trk><name>A</name>", "</trk>", "</gpx>"}) << QStringList{""} << "X"
-        << QStringList() << crlfLines({"<trk><name>A</name>", "</trk>"});
-    QTest::newRow("names are matched case-sensitively")
-        << days << QStringList{"day 2"} << "X" << QStringList() << QByteArray();
-    QTest::newRow("nothing marked") << days << both << "--" << QStringList() << QByteArray();
-
-    const QByteArray entities = crlfLines({"<trk><name>A &amp; B</name>", "<trkseg>", "</trk>",
-                                           " <trk><name>Joe&apos;s</name>", "</trk>", "</gpx>"});
-    const QStringList decoded = {QStringLiteral("A & B"), QStringLiteral("Joe's")};
-    QTest::newRow("entities: the source form finds the start line")
-        << entities << decoded << "XX"
-        << QStringList{QString(), QStringLiteral("A &amp; B"), QStringLiteral("Joe&apos;s")}
-        << entities.left(entities.size() - 8);
-    QTest::newRow("entities: the decoded name alone finds nothing")
-        << entities << decoded << "XX" << QStringList() << QByteArray();
-
-    const QByteArray cut = crlfLines(twoDays.mid(0, 11));
-    QTest::newRow("no </gpx>: the last track is copied to the end")
-        << cut << both << "-X" << QStringList() << twoDaysLines(7, 11);
-    QTest::newRow("no </gpx>: a missing name stops at the end")
-        << cut << QStringList{"Nowhere", "Day 2"} << "XX" << QStringList() << QByteArray();
-    QTest::newRow("no </gpx> and no final line end")
-        << cut.chopped(2) << both << "-X" << QStringList() << twoDaysLines(7, 11);
-    QTest::newRow("empty scratch file")
-        << QByteArray() << both << "XX" << QStringList() << QByteArray();
-    QTest::newRow("lone CR and LF stay inside a line")
-        << QByteArray("<trk><name>A</name>\n<x>\r\n<y\r>\r\n</gpx>\r\n") << QStringList{"A"} << "X"
-        << QStringList() << QByteArray("<trk><name>A</name>\n<x>\r\n<y\r>\r\n");
-}
-
-void ExportWriterTest::tracksBody() {
-    QFETCH(QByteArray, scratch);
-    QFETCH(QStringList, names);
-    QFETCH(QString, marks);
-    QFETCH(QStringList, sourceNames);
-    QFETCH(QByteArray, expected);
-    FlexGridModel grid(4);
-    fillGrid(grid, trackRows(names, marks));
-    QBuffer in(&scratch);
-    QBuffer out;
-    out.open(QIODevice::WriteOnly);
-    QCOMPARE(writeTracksBody(out, in, grid, sourceNames), TracksBody::Written);
-    QCOMPARE(out.data(), expected);
-}
-
-void ExportWriterTest::tracksBodyIsTheSameWhateverTheReadSizes() {
-    // Many tracks, so that lines and their CR LF fall across every kind of block boundary.
-    QList<QByteArray> lines;
-    QStringList names;
-    QString marks;
-    QByteArray expected;
-    for (int t = 0; t < 4000; ++t) {
-        const QByteArray name = "Track " + QByteArray::number(t) + "\xE9";
-        QList<QByteArray> block = {" <trk><name>" + name + "</name>", "<trkseg>"};
-        for (int p = 0; p <= t % 5; ++p)
-            block.append("<trkpt lat=\"" + QByteArray::number(t) + "." + QByteArray::number(p) +
-                         "\"></trkpt>");
-        block.append({"</trkseg>", "</trk>"});
-        lines += block;
-        names.append(CodePage::toUnicode(name) + QStringLiteral("<"));
-        marks.append(t % 3 == 1 ? QLatin1Char('X') : QLatin1Char('-'));
-        if (t % 3 == 1)
-            expected += crlfLines(block);
-    }
-    lines.append("</gpx>");
-    const QByteArray scratch = crlfLines(lines);
-    QVERIFY(scratch.size() > 4 * 64 * 1024);
-    // The source names hold "</" after the name, so "Track 1" does not find "Track 10".
-    QStringList sourceNames{QString()};
-    for (const QString& name : names)
-        sourceNames.append(name.chopped(1) + QStringLiteral("</"));
-    FlexGridModel grid(4);
-    fillGrid(grid, trackRows(names, marks));
-
-    for (const qint64 chunk : {qint64(1), qint64(2), qint64(7), qint64(65537)}) {
-        const QByteArray data = chunk == 1 ? scratch.left(scratch.indexOf("Track 300")) : scratch;
-        ChunkedReader in(data, chunk);
-        QBuffer out;
-        out.open(QIODevice::WriteOnly);
-        QCOMPARE(writeTracksBody(out, in, grid, sourceNames), TracksBody::Written);
-        if (chunk == 1)
-            QCOMPARE(out.data(), expected.left(expected.indexOf("Track 301")).chopped(12));
-        else
-            QCOMPARE(out.data(), expected);
-    }
-}
-
-void ExportWriterTest::bodiesReportFailingDevices() {
-    FlexGridModel favorites(4);
-    fillGrid(favorites, {{"X", "a", "<wpt><sym>S</sym></wpt>", "S"}, {"X", "b", "<b/>", "T"}});
-    const QList<SymbolPair> table = {{QStringLiteral("S"), QStringLiteral("DELORME")}};
-    for (const qint64 capacity : {0, 1, 30, 35}) {
-        FailingWriter out(capacity);
-        QVERIFY2(!writeFavoritesBody(out, favorites, &table),
-                 qPrintable(QString::number(capacity)));
+    void favoritesBody_data() {
+        QTest::addColumn<QString>("code");
+        QTest::addColumn<QString>("symbol");
+        QTest::addColumn<QByteArray>("converted");
+        const auto add = [](const char* row, const QString& code, const QString& symbol,
+                            const QByteArray& converted) {
+            QTest::newRow(row) << code << symbol << converted;
+        };
+        add("first of two equal table rows wins",
+            "<wpt lat=\"1\" lon=\"2\"> <name>Home</name> <sym>Residence</sym> </wpt> ", "Residence",
+            "<wpt lat=\"1\" lon=\"2\"> <name>Home</name> <sym>HOUSE</sym> </wpt> ");
+        add("table row 0, written unescaped", "<sym>A</sym>", "A", "<sym>R&D <1></sym>");
+        add("not in the table", "<sym>Skull</sym>", "Skull", "<sym>Skull</sym>");
+        add("exact comparison", "<sym>residence</sym>", "residence", "<sym>residence</sym>");
+        add("no sym element", "<wpt/>", "Residence", "<wpt/>");
+        add("only the first of several sym elements", "<sym>Residence</sym><sym>Residence</sym>",
+            "Residence", "<sym>HOUSE</sym><sym>Residence</sym>");
+        add("empty DeLorme symbol", "<sym>Blank</sym>", "Blank", "<sym></sym>");
+        add("no closing tag", "<sym>Residence", "Residence", "<sym>HOUSE<sym>Residence");
+        add("closing tag first", "a</sym>b<sym>Residence", "Residence",
+            "a</sym>b<sym>HOUSE</sym>b<sym>Residence");
     }
 
-    FlexGridModel tracks(4);
-    fillGrid(tracks, trackRows({QStringLiteral("Day 1"), QStringLiteral("Day 2")}, "XX"));
-    const QByteArray days = crlfLines(twoDays);
-    for (const qint64 capacity : {0, 10, 100}) {
-        QBuffer in;
-        in.setData(days);
-        FailingWriter out(capacity);
-        QCOMPARE(writeTracksBody(out, in, tracks, {}), TracksBody::WriteFailed);
-    }
-    for (const qint64 failAfter : {0, 20, 150}) {
-        ChunkedReader in(days, 16, failAfter);
-        QBuffer out;
-        out.open(QIODevice::WriteOnly);
-        QCOMPARE(writeTracksBody(out, in, tracks, {}), TracksBody::ReadFailed);
-    }
-    QFile missing(QStringLiteral("/nonexistent/TEMP.TMP"));
-    QBuffer out;
-    out.open(QIODevice::WriteOnly);
-    QCOMPARE(writeTracksBody(out, missing, tracks, {}), TracksBody::ScratchUnreadable);
-    QBuffer writeOnly;
-    writeOnly.open(QIODevice::WriteOnly);
-    QCOMPARE(writeTracksBody(out, writeOnly, tracks, {}), TracksBody::ScratchUnreadable);
-    QVERIFY(out.data().isEmpty());
-}
-
-void ExportWriterTest::freeExportName_data() {
-    QTest::addColumn<QStringList>("existing");
-    QTest::addColumn<QString>("base");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("empty folder") << QStringList() << "Home"
-                                  << "Home";
-    QTest::newRow("two taken") << QStringList{"Home.gpx", "Home 1.gpx"} << "Home"
-                               << "Home 2";
-    QTest::newRow("taken in another case") << QStringList{"HOME.GPX", "home 1.Gpx"} << "Home"
-                                           << "Home 2";
-    QTest::newRow("a gap is used") << QStringList{"Home.gpx", "Home 2.gpx"} << "Home"
-                                   << "Home 1";
-    QTest::newRow("only the numbered one taken") << QStringList{"Home 1.gpx"} << "Home"
-                                                 << "Home";
-    QTest::newRow("past ten") << QStringList{"A.gpx",   "A 1.gpx", "A 2.gpx", "A 3.gpx",
-                                             "A 4.gpx", "A 5.gpx", "A 6.gpx", "A 7.gpx",
-                                             "A 8.gpx", "A 9.gpx", "A 10.gpx"}
-                              << "A"
-                              << "A 11";
-    QTest::newRow("other extensions do not count")
-        << QStringList{"Home.txt", "Home", "Home.gpx.bak"} << "Home"
-        << "Home";
-    QTest::newRow("a folder of that name counts") << QStringList{"Home.gpx/"} << "Home"
-                                                  << "Home 1";
-    QTest::newRow("nothing left of the name") << QStringList() << ""
-                                              << "";
-    QTest::newRow("nothing left, taken") << QStringList{".gpx"} << ""
-                                         << " 1";
-    QTest::newRow("nothing left, both taken") << QStringList{".gpx", " 1.gpx"} << ""
-                                              << " 2";
-}
-
-void ExportWriterTest::freeExportName() {
-    QFETCH(QStringList, existing);
-    QFETCH(QString, base);
-    QFETCH(QString, expected);
-    QTemporaryDir dir;
-    for (const QString& name : existing) {
-        if (name.endsWith(QLatin1Char('/')))
-            QVERIFY(QDir(dir.path()).mkdir(name.chopped(1)));
-        else
-            QVERIFY(touch(dir.filePath(name)));
-    }
-    QCOMPARE(::freeExportName(dir.path(), base), expected);
-}
-
-void ExportWriterTest::exportWritesHeaderItemsAndEnd() {
-    QTemporaryDir dir;
-    const QString output = dir.filePath(QStringLiteral("output"));
-    FlexGridModel grid(4);
-    fillGrid(grid, {{"X", "Home",
-                     "<wpt lat=\"1\" lon=\"2\"> <name>Home</name> <sym>Residence</sym> </wpt> ",
-                     "Residence"},
-                    {" ", "Work", "<wpt><name>Work</name></wpt>", noneSymbol}});
-    const QList<SymbolPair> table = symtable::defaultTable();
-    const QString header = QStringLiteral("<?xml version=\"1.0\"?> <gpx creator=\"x\"> ");
-
-    const ExportResult result =
-        exportFavorites(output, QStringLiteral("Home"), header, grid, &table);
-    QVERIFY2(result.error.isEmpty(), qPrintable(result.error));
-    QVERIFY(!result.scratchUnreadable);
-    QCOMPARE(result.path, QDir(output).filePath(QStringLiteral("Home.gpx")));
-    QCOMPARE(fileBytes(result.path),
-             QByteArray("<?xml version=\"1.0\"?> <gpx creator=\"x\"> \r\n"
-                        "<wpt lat=\"1\" lon=\"2\"> <name>Home</name> <sym>HOUSE</sym> </wpt> \r\n"
-                        "</gpx>\r\n"));
-    // Nothing else is left in the folder, no temporary file either.
-    QCOMPARE(entriesOf(output), QStringList{QStringLiteral("Home.gpx")});
-    QVERIFY(QFileInfo(result.path).permissions() & QFileDevice::ReadOwner);
-    QVERIFY(QFileInfo(result.path).permissions() & QFileDevice::WriteOwner);
-}
-
-void ExportWriterTest::exportNeverOverwritesExisting() {
-    QTemporaryDir dir;
-    QVERIFY(touch(dir.filePath(QStringLiteral("Home.gpx")), "first"));
-    QVERIFY(touch(dir.filePath(QStringLiteral("hOME 1.GPX")), "second"));
-    FlexGridModel grid(4);
-    fillGrid(grid, {{"X", "Home", "<wpt/>", noneSymbol}});
-
-    const ExportResult first =
-        exportFavorites(dir.path(), QStringLiteral("Home"), QString(), grid, nullptr);
-    QCOMPARE(first.path, dir.filePath(QStringLiteral("Home 2.gpx")));
-    const ExportResult second =
-        exportFavorites(dir.path(), QStringLiteral("Home"), QString(), grid, nullptr);
-    QCOMPARE(second.path, dir.filePath(QStringLiteral("Home 3.gpx")));
-    QCOMPARE(fileBytes(dir.filePath(QStringLiteral("Home.gpx"))), QByteArray("first"));
-    QCOMPARE(fileBytes(dir.filePath(QStringLiteral("hOME 1.GPX"))), QByteArray("second"));
-    QCOMPARE(fileBytes(second.path), QByteArray("\r\n<wpt/>\r\n</gpx>\r\n"));
-    QCOMPARE(entriesOf(dir.path()).size(), 4);
-
-    // A name that cleaned to nothing.
-    QCOMPARE(exportFavorites(dir.path(), QString(), QString(), grid, nullptr).path,
-             dir.filePath(QStringLiteral(".gpx")));
-    QCOMPARE(exportFavorites(dir.path(), QString(), QString(), grid, nullptr).path,
-             dir.filePath(QStringLiteral(" 1.gpx")));
-}
-
-void ExportWriterTest::everyByteValueSurvivesTheExport() {
-    QByteArray all;
-    for (int b = 0; b < 256; ++b)
-        all.append(char(b));
-    QByteArray reversed = all;
-    std::reverse(reversed.begin(), reversed.end());
-    const QString code = QStringLiteral("<wpt><sym>\u20AC</sym>") + CodePage::toUnicode(reversed);
-    FlexGridModel grid(4);
-    fillGrid(grid, {{"X", "a", code, QStringLiteral("\u20AC")},
-                    {"X", "b", CodePage::toUnicode(all), noneSymbol}});
-    const QList<SymbolPair> table = {{QStringLiteral("\u20AC"), CodePage::toUnicode(all)}};
-    QTemporaryDir dir;
-    const ExportResult result = exportFavorites(dir.path(), QStringLiteral("Bytes"),
-                                                CodePage::toUnicode(all), grid, &table);
-    QVERIFY2(result.error.isEmpty(), qPrintable(result.error));
-    QCOMPARE(fileBytes(result.path),
-             all + "\r\n<wpt><sym>" + all + "</sym>" + reversed + "\r\n" + all + "\r\n</gpx>\r\n");
-}
-
-void ExportWriterTest::exportFailuresLeaveNoFile_data() {
-    QTest::addColumn<QString>("situation");
-    QTest::newRow("output folder path is a file") << "file";
-    QTest::newRow("parent folder missing") << "no parent";
-    QTest::newRow("read-only output folder") << "read-only";
-    QTest::newRow("read-only device folder") << "read-only parent";
-}
-
-void ExportWriterTest::exportFailuresLeaveNoFile() {
-    QFETCH(QString, situation);
-    QTemporaryDir dir;
-    QString output = dir.filePath(QStringLiteral("output"));
-    if (situation == QLatin1String("file")) {
-        QVERIFY(touch(output));
-    } else if (situation == QLatin1String("no parent")) {
-        output = dir.filePath(QStringLiteral("gone/output"));
-    } else if (situation == QLatin1String("read-only")) {
-        QVERIFY(QDir(dir.path()).mkdir(QStringLiteral("output")));
-        QFile::setPermissions(output, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
-        if (!permissionsApply(output))
-            QSKIP("Folder permissions do not apply to this user.");
-    } else {
-        QFile::setPermissions(dir.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner);
-        if (!permissionsApply(dir.path()))
-            QSKIP("Folder permissions do not apply to this user.");
-    }
-    const QStringList before = entriesOf(dir.path());
-    FlexGridModel grid(4);
-    fillGrid(grid, {{"X", "Home", "<wpt/>", noneSymbol}});
-
-    const ExportResult result =
-        exportFavorites(output, QStringLiteral("Home"), QStringLiteral("<gpx>"), grid, nullptr);
-    QFile::setPermissions(output,
-                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    QFile::setPermissions(dir.path(),
-                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    QVERIFY(result.path.isEmpty());
-    QVERIFY(!result.error.isEmpty());
-    QVERIFY2(result.error.contains(QDir::toNativeSeparators(output)) ||
-                 result.error.contains(QStringLiteral("Home")),
-             qPrintable(result.error));
-    QCOMPARE(entriesOf(dir.path()), before);
-    if (QFileInfo(output).isDir())
-        QVERIFY(entriesOf(output).isEmpty());
-}
-
-void ExportWriterTest::tracksExportCopiesFromTheScratchFile() {
-    QTemporaryDir dir;
-    const QString scratch = dir.filePath(QStringLiteral("TEMP.TMP"));
-    QVERIFY(touch(scratch, crlfLines(twoDays)));
-    const QString output = dir.filePath(QStringLiteral("output"));
-    FlexGridModel grid(4);
-    fillGrid(grid, trackRows({QStringLiteral("Day 1"), QStringLiteral("Day 2")}, "-X"));
-
-    const ExportResult result =
-        exportTracks(output, QStringLiteral("Day 2"), QStringLiteral("<gpx> "), grid, {}, scratch);
-    QVERIFY2(result.error.isEmpty(), qPrintable(result.error));
-    QCOMPARE(result.path, QDir(output).filePath(QStringLiteral("Day 2.gpx")));
-    QCOMPARE(fileBytes(result.path), "<gpx> \r\n" + twoDaysLines(7, 11) + "</gpx>\r\n");
-    // The scratch file stays as it was, and the next export takes the next name.
-    QCOMPARE(fileBytes(scratch), crlfLines(twoDays));
-    QCOMPARE(exportTracks(output, QStringLiteral("Day 2"), QString(), grid, {}, scratch).path,
-             QDir(output).filePath(QStringLiteral("Day 2 1.gpx")));
-}
-
-void ExportWriterTest::unreadableScratchLeavesNoFile() {
-    QTemporaryDir dir;
-    const QString output = dir.filePath(QStringLiteral("output"));
-    FlexGridModel grid(4);
-    fillGrid(grid, trackRows({QStringLiteral("Day 1")}, "X"));
-    for (const QString& scratch : {dir.filePath(QStringLiteral("TEMP.TMP")), dir.path()}) {
-        const ExportResult result = exportTracks(output, QStringLiteral("Day 1"),
-                                                 QStringLiteral("<gpx>"), grid, {}, scratch);
-        QVERIFY(result.scratchUnreadable);
-        QVERIFY(result.path.isEmpty());
-        QVERIFY(!result.error.isEmpty());
-        QVERIFY(!QFileInfo::exists(output));
-    }
-}
-
-void ExportWriterTest::realFavoritesAreCopiedUnchanged() {
-    if (!QFileInfo(QStringLiteral(TARNWICK_CORPUS)).isDir())
-        QSKIP("The GPX corpus is not present.");
-    QTemporaryDir dir;
-    int checked = 0;
-    for (const QString& name : corpusFiles()) {
-        const CorpusItems::Favorites favorites =
-            CorpusItems::favoritesOf(CorpusItems::readBytes(CorpusItems::corpusPath(name)));
-        if (favorites.codes.isEmpty())
-            continue;
-        QList<QStringList> rows;
-        QByteArray expected = favorites.header + "\r\n";
-        for (qsizetype i = 0; i < favorites.codes.size(); ++i) {
-            const bool marked = i % 2 == 0;
-            rows.append(CorpusItems::favoriteRow(favorites.codes[i], marked ? "X" : " "));
-            if (marked)
-                expected += favorites.codes[i] + "\r\n";
-        }
-        expected += "</gpx>\r\n";
+    // One marked favorite, converted and with conversion off.
+    void favoritesBody() {
+        QFETCH(QString, code);
+        QFETCH(QString, symbol);
+        QFETCH(QByteArray, converted);
         FlexGridModel grid(4);
-        fillGrid(grid, rows);
-        const ExportResult result =
-            exportFavorites(dir.path(), QStringLiteral("Corpus"),
-                            CodePage::toUnicode(favorites.header), grid, nullptr);
-        QVERIFY2(result.error.isEmpty(), qPrintable(result.error));
-        QVERIFY2(fileBytes(result.path) == expected, qPrintable(name));
-        ++checked;
+        fillGrid(grid, {{"X", "F", code, symbol}});
+        const QList<SymbolPair> table = {
+            {"A", "R&D <1>"}, {"Residence", "HOUSE"}, {"Residence", "SECOND"}, {"Blank", ""}};
+        QBuffer converting;
+        QBuffer plain;
+        converting.open(QIODevice::WriteOnly);
+        plain.open(QIODevice::WriteOnly);
+        QVERIFY(writeFavoritesBody(converting, grid, &table));
+        QVERIFY(writeFavoritesBody(plain, grid, nullptr));
+        QCOMPARE(converting.data(), converted + "\r\n");
+        QCOMPARE(plain.data(), code.toLatin1() + "\r\n");
     }
-    QVERIFY(checked >= 10);
-}
 
-void ExportWriterTest::realSymbolsAreConverted() {
-    const QString path = CorpusItems::corpusPath(
-        QStringLiteral("gpsbabel__gpsbabel__reference__garmin_symbols.gpx"));
-    if (!QFileInfo::exists(path))
-        QSKIP("The GPX corpus is not present.");
-    const CorpusItems::Favorites favorites = CorpusItems::favoritesOf(CorpusItems::readBytes(path));
-    QVERIFY(favorites.codes.size() >= 200);
-    QList<QStringList> rows;
-    for (const QByteArray& code : favorites.codes)
-        rows.append(CorpusItems::favoriteRow(code, QStringLiteral("X")));
-    FlexGridModel grid(4);
-    fillGrid(grid, rows);
-    const QList<SymbolPair> table = symtable::defaultTable();
-    QBuffer out;
-    out.open(QIODevice::WriteOnly);
-    QVERIFY(writeFavoritesBody(out, grid, &table));
-    const QList<QByteArray> lines = out.data().split('\n');
-    QCOMPARE(lines.size(), favorites.codes.size() + 1);
+    void tracksBody_data() {
+        QTest::addColumn<QByteArray>("scratch");
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("marks");
+        QTest::addColumn<QStringList>("sourceNames");
+        QTest::addColumn<QByteArray>("expected");
+        const auto add = [](const char* row, const QByteArray& scratch, const QStringList& names,
+                            const QString& marks, const QByteArray& expected,
+                            const QStringList& sourceNames = {}) {
+            QTest::newRow(row) << scratch << names << marks << sourceNames << expected;
+        };
+        const QByteArray days = crlfLines(twoDays);
+        const QStringList both = {"Day 1", "Day 2"};
 
-    int converted = 0;
-    for (qsizetype i = 0; i < favorites.codes.size(); ++i) {
-        const QByteArray& code = favorites.codes[i];
-        const QByteArray symbol = CorpusItems::between(code, "<sym>", "</sym>");
-        QByteArray expected = code;
-        for (const SymbolPair& pair : table) {
-            if (pair.nuvi.toLatin1() == symbol) {
-                expected.replace("<sym>" + symbol + "</sym>",
-                                 "<sym>" + pair.delorme.toLatin1() + "</sym>");
-                ++converted;
-                break;
-            }
-        }
-        QCOMPARE(lines[i], expected + "\r");
+        add("only Day 2", days, both, "-X", twoDaysLines(7, 11));
+        add("only Day 1, up to the next track", days, both, "X-", twoDaysLines(1, 6));
+        add("both", days, both, "XX", twoDaysLines(1, 11));
+        add("a name found nowhere ends the loop", days, {"Day 1", "?", "Day 2"}, "XXX",
+            twoDaysLines(1, 6));
+        add("short name matching an earlier start line", days, {"Day 1", "Day"}, "-X",
+            twoDaysLines(1, 6));
+        add("name matching a track point: that line only", days, {"Day 1", "2"}, "-X",
+            twoDaysLines(3, 3));
+        add("search goes on from the last match", days, {"lat", "lat", "Day 2"}, "XXX",
+            twoDaysLines(3, 3) + twoDaysLines(3, 3) + twoDaysLines(7, 11));
+        add("empty name matches where the search starts", days, {"Day 1", ""}, "XX",
+            twoDaysLines(1, 11));
+        add("empty name passes over empty lines", crlfLines({"", "<trk>", "</trk>", "</gpx>"}),
+            {""}, "X", "<trk>\r\n</trk>\r\n");
+        add("names are matched case-sensitively", days, {"day 2"}, "X", {});
+
+        const QByteArray entities =
+            crlfLines({"<trk><name>A &amp; B</name>", "</trk>", " <trk><name>Joe&apos;s</name>",
+                       "</trk>", "</gpx>"});
+        const QStringList decoded = {"A & B", "Joe's"};
+        add("entities: the source form is searched", entities, decoded, "XX", entities.chopped(8),
+            {"", "A &amp; B", "Joe&apos;s"});
+        add("entities: the decoded name finds nothing", entities, decoded, "XX", {});
+
+        const QByteArray cut = crlfLines(twoDays.mid(0, 11));
+        add("no </gpx>: copied to the end", cut, both, "-X", twoDaysLines(7, 11));
+        add("no </gpx>: a missing name stops at the end", cut, {"?", "Day 2"}, "XX", {});
+        add("no </gpx>, no final line end", cut.chopped(2), both, "-X", twoDaysLines(7, 11));
+        add("empty scratch file", {}, both, "XX", {});
+        add("lone CR and LF stay inside a line", "<trk>A\n<x>\r\n<y\r>\r\n</gpx>\r\n", {"A"}, "X",
+            "<trk>A\n<x>\r\n<y\r>\r\n");
     }
-    // The nüvi names of the default table are Garmin's own.
-    QVERIFY2(converted >= 60, qPrintable(QString::number(converted)));
-}
 
-void ExportWriterTest::realTracksAreCopiedWhole() {
-    if (!QFileInfo(QStringLiteral(TARNWICK_CORPUS)).isDir())
-        QSKIP("The GPX corpus is not present.");
-    QTemporaryDir dir;
-    const QString scratchPath = dir.filePath(QStringLiteral("TEMP.TMP"));
-    const QString output = dir.filePath(QStringLiteral("output"));
-    int checked = 0;
-    for (const QString& name : corpusFiles()) {
-        const QList<QByteArray> scratch =
-            scratchOf(CorpusItems::readBytes(CorpusItems::corpusPath(name)));
-        // Each track is found by the name on its first line.
-        QStringList sourceNames{QString()};
-        QList<qsizetype> starts;
-        bool namesOnStartLines = true;
-        for (qsizetype i = 0; i < scratch.size(); ++i) {
-            if (!scratch[i].contains("<trk>"))
-                continue;
-            const QByteArray trackName = CorpusItems::between(scratch[i], "<name>", "</name>");
-            namesOnStartLines = namesOnStartLines && !trackName.isNull();
-            sourceNames.append(CodePage::toUnicode(trackName));
-            starts.append(i);
-        }
-        if (starts.isEmpty() || !namesOnStartLines)
-            continue;
-        QVERIFY(touch(scratchPath, crlfLines(scratch)));
+    void tracksBody() {
+        QFETCH(QByteArray, scratch);
+        QFETCH(QStringList, names);
+        QFETCH(QString, marks);
+        QFETCH(QStringList, sourceNames);
+        QFETCH(QByteArray, expected);
+        FlexGridModel grid(4);
+        fillGrid(grid, trackRows(names, marks));
+        QBuffer in(&scratch);
+        QCOMPARE(copyTracks(in, grid, sourceNames), std::pair(TracksBody::Written, expected));
+    }
+
+    void tracksBodyIsTheSameWhateverTheReadSizes() {
+        // Many tracks, so that lines and their CR LF fall across every kind of block boundary.
+        // The names end in a Windows-1252 letter, so "Track 1" does not find "Track 10".
+        QByteArray scratch;
         QStringList names;
-        for (const QString& source : sourceNames.mid(1))
-            names.append(DecodeXmlEntities(source));
-        FlexGridModel grid(4);
-
-        fillGrid(grid, trackRows(names, QString(names.size(), QLatin1Char('X'))));
-        ExportResult result = exportTracks(output, QStringLiteral("All"), QStringLiteral("<gpx>"),
-                                           grid, sourceNames, scratchPath);
-        QVERIFY2(result.error.isEmpty(), qPrintable(result.error));
-        QVERIFY2(fileBytes(result.path) ==
-                     "<gpx>\r\n" + crlfLines(scratch.mid(0, scratch.size() - 1)) + "</gpx>\r\n",
-                 qPrintable(name));
-
-        // Only the last track, when its name stands on no earlier line.
-        const qsizetype last = starts.constLast();
-        const QByteArray lastName = CodePage::fromUnicode(sourceNames.constLast());
-        bool earlier = lastName.isEmpty();
-        for (qsizetype i = 0; i < last && !earlier; ++i)
-            earlier = scratch[i].contains(lastName);
-        if (!earlier) {
-            QString marks(names.size(), QLatin1Char('-'));
-            marks.back() = QLatin1Char('X');
-            fillGrid(grid, trackRows(names, marks));
-            result = exportTracks(output, QStringLiteral("Last"), QStringLiteral("<gpx>"), grid,
-                                  sourceNames, scratchPath);
-            QVERIFY2(fileBytes(result.path) ==
-                         "<gpx>\r\n" + crlfLines(scratch.mid(last, scratch.size() - 1 - last)) +
-                             "</gpx>\r\n",
-                     qPrintable(name));
+        QString marks;
+        QByteArray expected;
+        for (int t = 0; t < 4000; ++t) {
+            const QByteArray name = "Track " + QByteArray::number(t) + "\xE9";
+            const QByteArray track = crlfLines(
+                {" <trk><name>" + name + "</name>", "<trkseg>",
+                 "<trkpt lat=\"" + QByteArray::number(t) + "\"></trkpt>", "</trkseg>", "</trk>"});
+            scratch += track;
+            names.append(CodePage::toUnicode(name));
+            marks.append(t % 3 == 1 ? 'X' : '-');
+            if (t % 3 == 1)
+                expected += track;
         }
-        ++checked;
+        scratch += "</gpx>\r\n";
+        QVERIFY(scratch.size() > 4 * 64 * 1024);
+        FlexGridModel grid(4);
+        fillGrid(grid, trackRows(names, marks));
+        for (const qint64 chunk : {1, 2, 7, 65537}) {
+            ChunkedReader in(scratch, chunk);
+            QCOMPARE(copyTracks(in, grid), std::pair(TracksBody::Written, expected));
+        }
     }
-    QVERIFY(checked >= 10);
-}
+
+    void bodiesReportFailingDevices() {
+        FlexGridModel favorites(4);
+        fillGrid(favorites, {{"X", "a", "<wpt><sym>S</sym></wpt>", "S"}, {"X", "b", "<b/>", "T"}});
+        const QList<SymbolPair> table = {{"S", "DELORME"}};
+        for (const qint64 capacity : {0, 1, 30, 35}) {
+            FailingWriter out(capacity);
+            QVERIFY2(!writeFavoritesBody(out, favorites, &table),
+                     qPrintable(QString::number(capacity)));
+        }
+
+        FlexGridModel tracks(4);
+        fillGrid(tracks, trackRows({"Day 1", "Day 2"}, "XX"));
+        QByteArray days = crlfLines(twoDays);
+        for (const qint64 bytes : {0, 20, 100}) {
+            QBuffer in(&days);
+            FailingWriter out(bytes);
+            QCOMPARE(writeTracksBody(out, in, tracks, {}), TracksBody::WriteFailed);
+            ChunkedReader failing(days, 16, bytes);
+            QCOMPARE(copyTracks(failing, tracks).first, TracksBody::ReadFailed);
+        }
+        QFile missing(QStringLiteral("/nonexistent/TEMP.TMP"));
+        QBuffer writeOnly;
+        writeOnly.open(QIODevice::WriteOnly);
+        for (QIODevice* scratch : QList<QIODevice*>{&missing, &writeOnly})
+            QCOMPARE(copyTracks(*scratch, tracks),
+                     std::pair(TracksBody::ScratchUnreadable, QByteArray()));
+    }
+
+    void freeExportName_data() {
+        QTest::addColumn<QStringList>("existing");
+        QTest::addColumn<QString>("base");
+        QTest::addColumn<QString>("expected");
+        const auto add = [](const char* row, const QStringList& existing, const QString& base,
+                            const QString& expected) {
+            QTest::newRow(row) << existing << base << expected;
+        };
+        QStringList ten{"A.gpx"};
+        for (int i = 1; i <= 10; ++i)
+            ten.append(QStringLiteral("A %1.gpx").arg(i));
+
+        add("two taken", {"Home.gpx", "Home 1.gpx"}, "Home", "Home 2");
+        add("taken in another case", {"HOME.GPX", "home 1.Gpx"}, "Home", "Home 2");
+        add("a gap is used", {"Home.gpx", "Home 2.gpx"}, "Home", "Home 1");
+        add("only the numbered one taken", {"Home 1.gpx"}, "Home", "Home");
+        add("past ten", ten, "A", "A 11");
+        add("other extensions do not count", {"Home.txt", "Home", "Home.gpx.bak"}, "Home", "Home");
+        add("a folder of that name counts", {"Home.gpx/"}, "Home", "Home 1");
+        add("nothing left of the name", {}, "", "");
+        add("nothing left, both taken", {".gpx", " 1.gpx"}, "", " 2");
+    }
+
+    void freeExportName() {
+        QFETCH(QStringList, existing);
+        QFETCH(QString, base);
+        QFETCH(QString, expected);
+        QTemporaryDir dir;
+        for (const QString& name : existing) {
+            if (name.endsWith(QLatin1Char('/')))
+                QVERIFY(QDir(dir.path()).mkdir(name.chopped(1)));
+            else
+                QVERIFY(touch(dir.filePath(name)));
+        }
+        QCOMPARE(::freeExportName(dir.path(), base), expected);
+    }
+
+    // Header, the rows marked exactly "X" in grid order, and end; every line ends CR LF, every
+    // byte value goes out as it came in.
+    void exportWritesEveryByteOfHeaderItemsAndEnd() {
+        QByteArray all;
+        for (int b = 0; b < 256; ++b)
+            all.append(char(b));
+        QByteArray reversed = all;
+        std::reverse(reversed.begin(), reversed.end());
+        FlexGridModel grid(4);
+        fillGrid(grid,
+                 {{"X", "a", "<wpt><sym>\u20AC</sym>" + CodePage::toUnicode(reversed), "\u20AC"},
+                  {" ", "b", "<b/>", noneSymbol},
+                  {"x", "c", "<c/>", noneSymbol},
+                  {"X ", "d", "<d/>", noneSymbol},
+                  {"X", "e", CodePage::toUnicode(all), noneSymbol}});
+        const QList<SymbolPair> table = {{"\u20AC", CodePage::toUnicode(all)}};
+        QTemporaryDir dir;
+        const QString output = dir.filePath(QStringLiteral("output"));
+        const ExportResult result =
+            exportFavorites(output, "Bytes", CodePage::toUnicode(all), grid, &table);
+        QVERIFY2(result.error.isEmpty(), qPrintable(result.error));
+        QVERIFY(!result.scratchUnreadable);
+        QCOMPARE(result.path, QDir(output).filePath(QStringLiteral("Bytes.gpx")));
+        QCOMPARE(readBytes(result.path), all + "\r\n<wpt><sym>" + all + "</sym>" + reversed +
+                                             "\r\n" + all + "\r\n</gpx>\r\n");
+        // Nothing else is left in the folder, no temporary file either.
+        QCOMPARE(entriesOf(output), QStringList{QStringLiteral("Bytes.gpx")});
+        QVERIFY(QFileInfo(result.path)
+                    .permissions()
+                    .testFlags(QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+    }
+
+    void exportNeverOverwritesExisting() {
+        QTemporaryDir dir;
+        QVERIFY(touch(dir.filePath(QStringLiteral("Home.gpx")), "first"));
+        QVERIFY(touch(dir.filePath(QStringLiteral("hOME 1.GPX")), "second"));
+        FlexGridModel grid(4);
+        fillGrid(grid, {{"X", "Home", "<wpt/>", noneSymbol}});
+        const auto exported = [&](const QString& base) {
+            return exportFavorites(dir.path(), base, QString(), grid, nullptr).path;
+        };
+        QCOMPARE(exported("Home"), dir.filePath(QStringLiteral("Home 2.gpx")));
+        QCOMPARE(exported("Home"), dir.filePath(QStringLiteral("Home 3.gpx")));
+        QCOMPARE(readBytes(dir.filePath(QStringLiteral("Home.gpx"))), QByteArray("first"));
+        QCOMPARE(readBytes(dir.filePath(QStringLiteral("hOME 1.GPX"))), QByteArray("second"));
+        QCOMPARE(readBytes(dir.filePath(QStringLiteral("Home 3.gpx"))),
+                 QByteArray("\r\n<wpt/>\r\n</gpx>\r\n"));
+        QCOMPARE(entriesOf(dir.path()).size(), 4);
+        // A name that cleaned to nothing.
+        QCOMPARE(exported(""), dir.filePath(QStringLiteral(".gpx")));
+        QCOMPARE(exported(""), dir.filePath(QStringLiteral(" 1.gpx")));
+    }
+
+    void exportFailuresLeaveNoFile_data() {
+        QTest::addColumn<QString>("situation");
+        QTest::newRow("output folder path is a file") << "file";
+        QTest::newRow("parent folder missing") << "no parent";
+        QTest::newRow("read-only output folder") << "read-only";
+        QTest::newRow("read-only device folder") << "read-only parent";
+    }
+
+    void exportFailuresLeaveNoFile() {
+        QFETCH(QString, situation);
+        QTemporaryDir dir;
+        QString output = dir.filePath(QStringLiteral("output"));
+        QString locked;
+        if (situation == QLatin1String("file")) {
+            QVERIFY(touch(output));
+        } else if (situation == QLatin1String("no parent")) {
+            output = dir.filePath(QStringLiteral("gone/output"));
+        } else {
+            locked = situation == QLatin1String("read-only") ? output : dir.path();
+            QVERIFY(QDir().mkpath(locked));
+            QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+            if (touch(QDir(locked).filePath(QStringLiteral("probe"))))
+                QSKIP("Folder permissions do not apply to this user.");
+        }
+        const QStringList before = entriesOf(dir.path());
+        FlexGridModel grid(4);
+        fillGrid(grid, {{"X", "Home", "<wpt/>", noneSymbol}});
+
+        const ExportResult result = exportFavorites(output, "Home", "<gpx>", grid, nullptr);
+        if (!locked.isEmpty())
+            QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                              QFileDevice::ExeOwner);
+        QVERIFY(result.path.isEmpty());
+        QVERIFY2(result.error.contains(QDir::toNativeSeparators(output)) ||
+                     result.error.contains(QStringLiteral("Home")),
+                 qPrintable(result.error));
+        QCOMPARE(entriesOf(dir.path()), before);
+        if (QFileInfo(output).isDir())
+            QVERIFY(entriesOf(output).isEmpty());
+    }
+
+    void tracksExportCopiesFromTheScratchFile() {
+        QTemporaryDir dir;
+        const QString scratch = dir.filePath(QStringLiteral("TEMP.TMP"));
+        const QString output = dir.filePath(QStringLiteral("output"));
+        FlexGridModel grid(4);
+        fillGrid(grid, trackRows({"Day 1", "Day 2"}, "-X"));
+        // A scratch file that is missing or a folder: nothing is written.
+        for (const QString& unreadable : {scratch, dir.path()}) {
+            const ExportResult result =
+                exportTracks(output, "Day 2", "<gpx>", grid, {}, unreadable);
+            QVERIFY(result.scratchUnreadable);
+            QVERIFY(result.path.isEmpty());
+            QVERIFY(!result.error.isEmpty());
+            QVERIFY(!QFileInfo::exists(output));
+        }
+
+        QVERIFY(touch(scratch, crlfLines(twoDays)));
+        const ExportResult result = exportTracks(output, "Day 2", "<gpx> ", grid, {}, scratch);
+        QVERIFY2(result.error.isEmpty(), qPrintable(result.error));
+        QCOMPARE(result.path, QDir(output).filePath(QStringLiteral("Day 2.gpx")));
+        QCOMPARE(readBytes(result.path), "<gpx> \r\n" + twoDaysLines(7, 11) + "</gpx>\r\n");
+        // The scratch file stays as it was, and the next export takes the next name.
+        QCOMPARE(readBytes(scratch), crlfLines(twoDays));
+        QCOMPARE(exportTracks(output, "Day 2", QString(), grid, {}, scratch).path,
+                 QDir(output).filePath(QStringLiteral("Day 2 1.gpx")));
+    }
+
+    // Real files: the marked favorites with their symbols converted, and every track.
+    void realFilesAreExportedByteForByte() {
+        if (!QFileInfo(QStringLiteral(TARNWICK_CORPUS)).isDir())
+            QSKIP("The GPX corpus is not present.");
+        const QList<SymbolPair>& table = symtable::defaultTable();
+        QTemporaryDir dir;
+        const QString scratchPath = dir.filePath(QStringLiteral("TEMP.TMP"));
+        int favoriteFiles = 0;
+        int trackFiles = 0;
+        int converted = 0;
+        for (const QString& file : QDir(QStringLiteral(TARNWICK_CORPUS)).entryList({"*.gpx"})) {
+            const QByteArray bytes = readBytes(CorpusItems::corpusPath(file));
+            const CorpusItems::Favorites favorites = CorpusItems::favoritesOf(bytes);
+            QList<QStringList> rows;
+            QByteArray expected = favorites.header + "\r\n";
+            for (qsizetype i = 0; i < favorites.codes.size(); ++i) {
+                rows.append(CorpusItems::favoriteRow(favorites.codes[i], i % 2 ? " " : "X"));
+                if (i % 2)
+                    continue;
+                // A symbol the table knows gives way to its DeLorme name; the rest is unchanged.
+                QByteArray code = favorites.codes[i];
+                const auto pair =
+                    std::find_if(table.begin(), table.end(), [&](const SymbolPair& p) {
+                        return p.nuvi == rows.constLast()[3];
+                    });
+                if (pair != table.end()) {
+                    const qsizetype from = code.indexOf("<sym>") + 5;
+                    code.replace(from, code.indexOf("</sym>", from) - from,
+                                 CodePage::fromUnicode(pair->delorme));
+                    ++converted;
+                }
+                expected += code + "\r\n";
+            }
+            FlexGridModel grid(4);
+            if (!rows.isEmpty()) {
+                fillGrid(grid, rows);
+                const ExportResult result = exportFavorites(
+                    dir.path(), "Favorites", CodePage::toUnicode(favorites.header), grid, &table);
+                QVERIFY2(readBytes(result.path) == expected + "</gpx>\r\n", qPrintable(file));
+                ++favoriteFiles;
+            }
+
+            // Each track is found by the name on its first line, as the source writes it.
+            const QList<QByteArray> scratch = scratchOf(bytes);
+            QStringList names;
+            QStringList sourceNames{QString()};
+            bool named = true;
+            for (const QByteArray& line : scratch) {
+                if (line.contains("<trk>")) {
+                    const QByteArray name = CorpusItems::between(line, "<name>", "</name>");
+                    named = named && !name.isNull();
+                    sourceNames.append(CodePage::toUnicode(name));
+                    names.append(DecodeXmlEntities(sourceNames.constLast()));
+                }
+            }
+            if (names.isEmpty() || !named)
+                continue;
+            QVERIFY(touch(scratchPath, crlfLines(scratch)));
+            fillGrid(grid, trackRows(names, QString(names.size(), 'X')));
+            const ExportResult result =
+                exportTracks(dir.path(), "Tracks", "<gpx>", grid, sourceNames, scratchPath);
+            QVERIFY2(readBytes(result.path) == "<gpx>\r\n" + crlfLines(scratch), qPrintable(file));
+            ++trackFiles;
+        }
+        QVERIFY(favoriteFiles >= 10 && trackFiles >= 10);
+        // The nüvi names of the default table are Garmin's own.
+        QVERIFY2(converted >= 60, qPrintable(QString::number(converted)));
+    }
+};
 
 QTEST_APPLESS_MAIN(ExportWriterTest)
 #include "tst_exportwriter.moc"

@@ -1,5 +1,6 @@
-// The favorites history when the disk fills up or the file is not a file: the earlier
-// history stays whole, no half-written file or leftover is left, and nothing blocks.
+// The favorites history when the disk fills up, the folder is read-only or the file is not a
+// file: the earlier history stays whole, no half-written file or leftover is left, and nothing
+// blocks.
 
 #include "FileSizeLimit.h"
 
@@ -16,98 +17,84 @@
 class HistoryFailuresTest : public QObject {
     Q_OBJECT
 private slots:
-    void saveOnFullDiskKeepsEarlierFile_data();
-    void saveOnFullDiskKeepsEarlierFile();
-    void historyThatIsNotAFileIsRefusedAtOnce_data();
-    void historyThatIsNotAFileIsRefusedAtOnce();
-};
+    void failedSaveKeepsEarlierFile_data() {
+        QTest::addColumn<int>("favorites");
+        QTest::addColumn<qint64>("room"); // -1: the folder is read-only instead
+        // A short history is written out only when the file is committed.
+        QTest::newRow("short history, nothing fits") << 3 << qint64(0);
+        QTest::newRow("short history, part of it fits") << 3 << qint64(60);
+        QTest::newRow("long history, nothing fits") << 5000 << qint64(0);
+        QTest::newRow("long history, part of the first line fits") << 5000 << qint64(10);
+        QTest::newRow("long history, fails in the middle") << 5000 << qint64(64 * 1024);
+        QTest::newRow("read-only folder") << 3 << qint64(-1);
+    }
 
-namespace {
-
-const QByteArray earlier = "Home\t<wpt lat=\"1\" lon=\"2\"><name>Home</name></wpt> \r\n";
-
-void fillFavorites(FlexGridModel& grid, int count) {
-    grid.setRows(1);
-    QList<QStringList> rows;
-    for (int i = 0; i < count; ++i)
-        rows.append(
-            {QStringLiteral(" "), QStringLiteral("Favorite %1").arg(i),
-             QStringLiteral("<wpt lat=\"1\" lon=\"2\"><name>Favorite %1</name></wpt> ").arg(i),
-             QStringLiteral("Flag, Blue")});
-    grid.appendRows(rows);
-}
-
-QByteArray bytesOf(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
-
-void HistoryFailuresTest::saveOnFullDiskKeepsEarlierFile_data() {
-    QTest::addColumn<int>("favorites");
-    QTest::addColumn<qint64>("room");
-    // A short history is written out only when the file is committed.
-    QTest::newRow("short history, nothing fits") << 3 << qint64(0);
-    QTest::newRow("short history, part of it fits") << 3 << qint64(60);
-    QTest::newRow("long history, nothing fits") << 5000 << qint64(0);
-    QTest::newRow("long history, part of the first line fits") << 5000 << qint64(10);
-    QTest::newRow("long history, fails in the middle") << 5000 << qint64(64 * 1024);
-}
-
-void HistoryFailuresTest::saveOnFullDiskKeepsEarlierFile() {
-    QFETCH(int, favorites);
-    QFETCH(qint64, room);
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("FAVORITES.TXT"));
-    {
+    void failedSaveKeepsEarlierFile() {
+        QFETCH(int, favorites);
+        QFETCH(qint64, room);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("FAVORITES.TXT"));
+        const QByteArray earlier = "Home\t<wpt lat=\"1\" lon=\"2\"><name>Home</name></wpt> \r\n";
         QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(earlier), earlier.size());
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(earlier) == earlier.size());
+        file.close();
+        QList<QStringList> rows;
+        for (int i = 0; i < favorites; ++i)
+            rows.append({" ", QStringLiteral("Favorite %1").arg(i),
+                         QStringLiteral("<wpt><name>Favorite %1</name></wpt> ").arg(i), ""});
+        FlexGridModel grid(4);
+        grid.setRows(1);
+        grid.appendRows(rows);
+
+        QString error;
+        if (room >= 0) {
+            FileSizeLimit full(room);
+            QVERIFY(full.active());
+            error = saveFavorites(path, grid);
+        } else {
+            QFile::setPermissions(dir.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+            QFile probe(dir.filePath(QStringLiteral("probe")));
+            const bool permissionsApply = !probe.open(QIODevice::WriteOnly);
+            error = saveFavorites(path, grid);
+            QFile::setPermissions(dir.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                                  QFileDevice::ExeOwner);
+            if (!permissionsApply)
+                QSKIP("Folder permissions do not apply to this user.");
+        }
+        QVERIFY2(!error.isEmpty(), "a save that could not be written reported success");
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), earlier);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden | QDir::System),
+                 QStringList{QStringLiteral("FAVORITES.TXT")});
+
+        // With room again the same save goes through: the failure left nothing in the way.
+        QCOMPARE(saveFavorites(path, grid), QString());
+        QCOMPARE(readSavedNames(path).names.size(), favorites);
     }
-    FlexGridModel grid(4);
-    fillFavorites(grid, favorites);
 
-    QString error;
-    {
-        FileSizeLimit full(room);
-        QVERIFY(full.active());
-        error = saveFavorites(path, grid);
+    void historyThatIsNotAFileIsRefusedAtOnce_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("folder") << "folder";
+        QTest::newRow("FIFO") << "fifo";
+        QTest::newRow("link to /dev/zero") << "zero";
     }
-    QVERIFY2(!error.isEmpty(), "a save that could not be written reported success");
-    QCOMPARE(bytesOf(path), earlier);
-    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden | QDir::System),
-             QStringList{QStringLiteral("FAVORITES.TXT")});
-    QCOMPARE(readSavedNames(path).names, QStringList{QStringLiteral("Home")});
 
-    // With room again the same save goes through: the failure left nothing in the way.
-    QCOMPARE(saveFavorites(path, grid), QString());
-    QCOMPARE(readSavedNames(path).names.size(), favorites);
-}
-
-void HistoryFailuresTest::historyThatIsNotAFileIsRefusedAtOnce_data() {
-    QTest::addColumn<QString>("kind");
-    QTest::newRow("folder") << "folder";
-    QTest::newRow("FIFO") << "fifo";
-    QTest::newRow("link to /dev/zero") << "zero";
-}
-
-void HistoryFailuresTest::historyThatIsNotAFileIsRefusedAtOnce() {
-    QFETCH(QString, kind);
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("FAVORITES.TXT"));
-    if (kind == QLatin1String("folder"))
-        QVERIFY(QDir().mkdir(path));
-    else if (kind == QLatin1String("fifo"))
-        QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-    else
-        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), path));
-
-    // A FIFO without a writer would block the open; /dev/zero would never end.
-    const SavedNames saved = readSavedNames(path);
-    QVERIFY(!saved.error.isEmpty());
-    QVERIFY(saved.names.isEmpty());
-}
+    void historyThatIsNotAFileIsRefusedAtOnce() {
+        QFETCH(QString, kind);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("FAVORITES.TXT"));
+        if (kind == QLatin1String("folder"))
+            QVERIFY(QDir().mkdir(path));
+        else if (kind == QLatin1String("fifo"))
+            QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        else
+            QVERIFY(QFile::link(QStringLiteral("/dev/zero"), path));
+        // A FIFO without a writer would block the open; /dev/zero would never end.
+        const SavedNames saved = readSavedNames(path);
+        QVERIFY(!saved.error.isEmpty());
+        QVERIFY(saved.names.isEmpty());
+    }
+};
 
 QTEST_APPLESS_MAIN(HistoryFailuresTest)
 #include "tst_historyfailures.moc"
