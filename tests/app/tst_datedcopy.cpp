@@ -6,52 +6,60 @@
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
 
 namespace {
 
+// Every byte value, line ends of every kind, and more than one block of the copy.
 QByteArray everyByteValue() {
     QByteArray bytes;
-    for (int round = 0; round < 3; ++round)
-        for (int b = 0; b < 256; ++b)
-            bytes.append(char(b));
-    bytes += "\r\n\n\rlast line without an end";
-    return bytes;
+    for (int b = 0; b < 256; ++b)
+        bytes.append(char(b));
+    return (bytes + "\r\n\n\rlast line without an end").repeated(1000);
 }
+
+const QByteArray allBytes = everyByteValue();
+const QString earlierName = QStringLiteral("2011-03-02-0905_current.gpx");
+const QString first = QStringLiteral("2011-03-02-0905_CURRENT.GPX");
+const QString second = QStringLiteral("2011-03-02-0905-2_CURRENT.GPX");
+const QString third = QStringLiteral("2011-03-02-0905-3_CURRENT.GPX");
 
 QByteArray readAll(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// A source that fails after handing out some bytes, as an unplugged unit does.
+const QDateTime when(QDate(2011, 3, 2), QTime(9, 5, 41));
+
+DatedCopy::Result copy(QByteArray bytes, const QString& folder) {
+    QBuffer source(&bytes);
+    source.open(QIODevice::ReadOnly);
+    return DatedCopy::copyInto(source, folder, when);
+}
+
+QStringList entries(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
+}
+
+// A source that fails after handing out 512 KiB, as an unplugged unit does.
 class FailingSource : public QIODevice {
 public:
-    explicit FailingSource(qint64 good)
-        : m_good(good) {
-        open(QIODevice::ReadOnly);
-    }
+    FailingSource() { open(QIODevice::ReadOnly | QIODevice::Unbuffered); }
 
 protected:
     qint64 readData(char* data, qint64 maxSize) override {
-        if (m_given >= m_good) {
+        const qint64 n = qMin(maxSize, 512 * 1024 - pos());
+        if (n <= 0) {
             setErrorString(QStringLiteral("Input/output error"));
             return -1;
         }
-        const qint64 n = qMin(maxSize, m_good - m_given);
         memset(data, 'a', size_t(n));
-        m_given += n;
         return n;
     }
     qint64 writeData(const char*, qint64) override { return -1; }
-
-private:
-    qint64 m_good;
-    qint64 m_given = 0;
 };
-
-const QDateTime when(QDate(2011, 3, 2), QTime(9, 5, 41));
 
 } // namespace
 
@@ -59,89 +67,63 @@ class DatedCopyTest : public QObject {
     Q_OBJECT
 private slots:
     void nameCarriesDateHourAndMinute();
-    void copyHoldsEveryByteUnchanged();
-    void sameMinuteEqualCopyWritesNothing();
-    void sameMinuteDifferentCopyTakesTheNextName();
-    void failedReadLeavesNothingBehind();
-    void missingFolderIsReported();
+    void copiesOfOneMinute_data();
+    void copiesOfOneMinute();
+    void failuresLeaveNothingBehind();
 };
 
 void DatedCopyTest::nameCarriesDateHourAndMinute() {
-    QCOMPARE(DatedCopy::copyName(when), QStringLiteral("2011-03-02-0905_CURRENT.GPX"));
+    QCOMPARE(DatedCopy::copyName(when), first);
     QCOMPARE(DatedCopy::copyName(QDateTime(QDate(2010, 8, 5), QTime(14, 32))),
              QStringLiteral("2010-08-05-1432_CURRENT.GPX"));
-    QCOMPARE(DatedCopy::copyName(when, 3), QStringLiteral("2011-03-02-0905-3_CURRENT.GPX"));
+    QCOMPARE(DatedCopy::copyName(when, 3), third);
 }
 
-void DatedCopyTest::copyHoldsEveryByteUnchanged() {
+void DatedCopyTest::copiesOfOneMinute_data() {
+    QTest::addColumn<QByteArray>("earlier"); // null: no earlier copy
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("nextName");
+    QByteArray oneByteOff = allBytes;
+    oneByteOff[300] = 'x';
+    QTest::newRow("first copy of the minute") << QByteArray() << first << second;
+    QTest::newRow("equal bytes: nothing written") << allBytes << earlierName << second;
+    QTest::newRow("different bytes: the next name") << oneByteOff << second << third;
+}
+
+// A copy from Windows with its name in other letters counts as the same name; a copy of
+// different bytes takes the next free name of the minute, and the earlier copy stays.
+void DatedCopyTest::copiesOfOneMinute() {
+    QFETCH(QByteArray, earlier);
+    QFETCH(QString, name);
+    QFETCH(QString, nextName);
     QTemporaryDir dir;
-    QByteArray bytes = everyByteValue();
-    // Larger than one block, so that block boundaries are crossed.
-    bytes = bytes.repeated(1000);
-    QBuffer source(&bytes);
-    source.open(QIODevice::ReadOnly);
-    const DatedCopy::Result result = DatedCopy::copyInto(source, dir.path(), when);
+    QSet<QString> expected{name, nextName};
+    if (!earlier.isNull()) {
+        QFile file(dir.filePath(earlierName));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(earlier) == earlier.size());
+        expected << earlierName;
+    }
+    const DatedCopy::Result result = copy(allBytes, dir.path());
     QVERIFY2(result.error.isEmpty(), qPrintable(result.error));
-    QCOMPARE(result.path, dir.filePath("2011-03-02-0905_CURRENT.GPX"));
-    QCOMPARE(readAll(result.path), bytes);
-    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+    QCOMPARE(result.path, dir.filePath(name));
+    QCOMPARE(result.existed, name == earlierName);
+    QCOMPARE(readAll(result.path), allBytes);
+    if (!earlier.isNull())
+        QCOMPARE(readAll(dir.filePath(earlierName)), earlier);
+    QCOMPARE(copy("third", dir.path()).path, dir.filePath(nextName));
+    const QStringList listed = entries(dir.path());
+    QCOMPARE(QSet<QString>(listed.begin(), listed.end()), expected);
 }
 
-void DatedCopyTest::sameMinuteEqualCopyWritesNothing() {
+void DatedCopyTest::failuresLeaveNothingBehind() {
     QTemporaryDir dir;
-    QByteArray bytes = everyByteValue();
-    QBuffer first(&bytes);
-    first.open(QIODevice::ReadOnly);
-    QVERIFY(DatedCopy::copyInto(first, dir.path(), when).error.isEmpty());
-    QBuffer second(&bytes);
-    second.open(QIODevice::ReadOnly);
-    const DatedCopy::Result again = DatedCopy::copyInto(second, dir.path(), when);
-    QVERIFY(again.error.isEmpty());
-    QVERIFY(again.existed);
-    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
-}
-
-void DatedCopyTest::sameMinuteDifferentCopyTakesTheNextName() {
-    QTemporaryDir dir;
-    // A copy from Windows with its name in other letters counts as the same name.
-    QFile earlier(dir.filePath("2011-03-02-0905_current.gpx"));
-    QVERIFY(earlier.open(QIODevice::WriteOnly));
-    earlier.write("earlier state of the unit");
-    earlier.close();
-
-    QByteArray bytes = everyByteValue();
-    QBuffer source(&bytes);
-    source.open(QIODevice::ReadOnly);
-    const DatedCopy::Result result = DatedCopy::copyInto(source, dir.path(), when);
-    QVERIFY(result.error.isEmpty());
-    QCOMPARE(result.path, dir.filePath("2011-03-02-0905-2_CURRENT.GPX"));
-    QCOMPARE(readAll(result.path), bytes);
-    QCOMPARE(readAll(earlier.fileName()), QByteArray("earlier state of the unit"));
-
-    QByteArray third = "third";
-    QBuffer thirdSource(&third);
-    thirdSource.open(QIODevice::ReadOnly);
-    QCOMPARE(DatedCopy::copyInto(thirdSource, dir.path(), when).path,
-             dir.filePath("2011-03-02-0905-3_CURRENT.GPX"));
-}
-
-void DatedCopyTest::failedReadLeavesNothingBehind() {
-    QTemporaryDir dir;
-    FailingSource source(700 * 1024);
+    FailingSource source;
     const DatedCopy::Result result = DatedCopy::copyInto(source, dir.path(), when);
     QCOMPARE(result.error, QStringLiteral("Input/output error"));
     QVERIFY(result.path.isEmpty());
-    QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
-             QStringList());
-}
+    QCOMPARE(entries(dir.path()), QStringList());
 
-void DatedCopyTest::missingFolderIsReported() {
-    QTemporaryDir dir;
-    QByteArray bytes = "x";
-    QBuffer source(&bytes);
-    source.open(QIODevice::ReadOnly);
-    const DatedCopy::Result result = DatedCopy::copyInto(source, dir.filePath("gone"), when);
-    QVERIFY(!result.error.isEmpty());
+    QVERIFY(!copy("x", dir.filePath("gone")).error.isEmpty());
     QVERIFY(!QFileInfo::exists(dir.filePath("gone")));
 }
 

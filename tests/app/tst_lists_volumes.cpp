@@ -38,22 +38,17 @@ private slots:
 void VolumesTest::volumeOfTakesLongestMountPoint_data() {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("root");
-    QTest::newRow("separate home") << "/home/anna/GPX"
-                                   << "/home";
-    QTest::newRow("name only starting like a mount") << "/homework/a"
-                                                     << "/";
-    QTest::newRow("longer sibling name") << "/media/anna/GARMIN2/x"
-                                         << "/";
-    QTest::newRow("mount point itself") << "/media/anna/GARMIN/"
-                                        << "/media/anna/GARMIN";
-    QTest::newRow("dot-dot leaves the unit") << "/media/anna/GARMIN/../x"
-                                             << "/";
+    QTest::newRow("separate home") << "/home/anna/GPX" << QString("/home");
+    QTest::newRow("name only starting like a mount") << "/homework/a" << QString("/");
+    QTest::newRow("longer sibling name") << "/media/anna/GARMIN2/x" << QString("/");
+    QTest::newRow("mount point itself") << "/media/anna/GARMIN/" << QString("/media/anna/GARMIN");
+    QTest::newRow("dot-dot leaves the unit") << "/media/anna/GARMIN/../x" << QString("/");
 }
 
 void VolumesTest::volumeOfTakesLongestMountPoint() {
     QFETCH(QString, path);
     QFETCH(QString, root);
-    // The order of the list must not matter: the deepest mount wins.
+    // Not the first match in the list: the deepest mount wins.
     const QList<Volume> volumes = {
         {"/media/anna/GARMIN", "GARMIN", {}, {}}, {"/", "/", {}, {}}, {"/home", "/home", {}, {}}};
     QCOMPARE(volumeOf(path, volumes).rootPath, root);
@@ -125,14 +120,12 @@ void VolumesTest::garminFoldersAreFoundWhateverTheirCase() {
     QCOMPARE(garmin.label, "GARMIN (" + unit.path() + ")");
     QCOMPARE(garmin.gpxFolder, unit.path() + "/GARMIN/gpx");
     QCOMPARE(garmin.garminModel, QStringLiteral("nüvi 200W"));
-
     // Without a GPX folder the model is still known; a plain volume has neither.
     QVERIFY(QDir(unit.path()).rmdir("GARMIN/gpx"));
     QVERIFY(volumeAt(unit.path(), "GARMIN").gpxFolder.isEmpty());
-    QVERIFY(QFile::remove(device.fileName()));
+    QVERIFY(device.remove());
     const Volume plain = volumeAt(unit.path(), QString());
-    QCOMPARE(plain.label, unit.path());
-    QVERIFY(plain.garminModel.isEmpty());
+    QVERIFY(plain.label == unit.path() && plain.garminModel.isEmpty());
 }
 
 void VolumesTest::deviceNamesSortAsOwnersCount_data() {

@@ -56,7 +56,6 @@ private slots:
     void cleanup() { Dialogs::setMessageHandler({}); }
     void fileListMatchesPatternWithoutRegardToCase_data();
     void fileListMatchesPatternWithoutRegardToCase();
-    void fileListListsOnlyRegularFiles();
     void fileListClickAndKeysChooseAName();
     void fileListShowsCorpusGpxFiles();
     void folderListShowsBranchThenSubFolders();
@@ -71,52 +70,38 @@ void ListsTest::fileListMatchesPatternWithoutRegardToCase_data() {
     QTest::addColumn<QString>("pattern");
     QTest::addColumn<QStringList>("listed");
     // Sorted without regard to case; names differing only in case by their exact text.
-    const QStringList gpx{"b.Gpx", "CURRENT.gpx", "current.GPX", "x.gpx"};
+    const QStringList gpx{"b.Gpx", "CURRENT.gpx", "current.GPX", "link.gpx", "x.gpx"};
     QTest::newRow("*.gpx") << "*.gpx" << gpx;
     QTest::newRow("*.GPX") << "*.GPX" << gpx;
     QTest::newRow("two patterns") << "*.gpx; *.TXT"
-                                  << QStringList{"b.Gpx", "CURRENT.gpx", "current.GPX", "notes.txt",
-                                                 "x.gpx"};
+                                  << QStringList{"b.Gpx",    "CURRENT.gpx", "current.GPX",
+                                                 "link.gpx", "notes.txt",   "x.gpx"};
     QTest::newRow("question mark") << "?.gpx" << QStringList{"b.Gpx", "x.gpx"};
 }
 
+// Only regular files (or links to them) are listed: a unit's file replaced by a link to an
+// endless device must never be offered, nor a pipe or a folder.
 void ListsTest::fileListMatchesPatternWithoutRegardToCase() {
     QFETCH(QString, pattern);
     QFETCH(QStringList, listed);
     QTemporaryDir dir;
+    const QString d = dir.path() + '/';
     for (const char* name :
          {"x.gpx", "current.GPX", "notes.txt", "CURRENT.gpx", "b.Gpx", "x.gpx.bak", ".hidden.gpx"})
-        touch(dir.path() + '/' + name);
+        touch(d + name);
+    QVERIFY(QDir().mkdir(d + "folder.gpx"));
+    QCOMPARE(::mkfifo(QFile::encodeName(d + "pipe.gpx").constData(), 0600), 0);
+    QVERIFY(QFile::link("/dev/zero", d + "Current.gpx"));
+    QVERIFY(QFile::link(d + "x.gpx", d + "link.gpx"));
+    QVERIFY(QFile::link(d + "gone.gpx", d + "dangling.gpx"));
+    QVERIFY(QFile::link(d + "folder.gpx", d + "folderlink.gpx"));
     FileListBox list;
     list.setPattern(pattern);
     list.setPath(dir.path());
     QCOMPARE(texts(list), listed);
-
-    // setPath re-reads even the folder it shows; another folder shows its own files.
-    touch(dir.path() + "/new.gpx");
-    list.setPath(dir.path());
-    QCOMPARE(list.count(), listed.size() + (FileListBox::matches("new.gpx", pattern) ? 1 : 0));
-    list.setPath(dir.path() + "/unplugged");
-    QCOMPARE(list.count(), 0);
 }
 
-void ListsTest::fileListListsOnlyRegularFiles() {
-    QTemporaryDir dir;
-    const QString d = dir.path() + '/';
-    touch(d + "real.gpx");
-    QVERIFY(QDir().mkdir(d + "x.gpx"));
-    QCOMPARE(::mkfifo(QFile::encodeName(d + "pipe.gpx").constData(), 0600), 0);
-    // A unit's file replaced by a link to an endless device must never be offered.
-    QVERIFY(QFile::link("/dev/zero", d + "CURRENT.GPX"));
-    QVERIFY(QFile::link(d + "real.gpx", d + "link.gpx"));
-    QVERIFY(QFile::link(d + "gone.gpx", d + "dangling.gpx"));
-    QVERIFY(QFile::link(d + "x.gpx", d + "folderlink.gpx"));
-    FileListBox list;
-    list.setPattern("*.gpx");
-    list.setPath(dir.path());
-    QCOMPARE(texts(list), (QStringList{"link.gpx", "real.gpx"}));
-}
-
+// A click, Space or Enter chooses a name; moving with the arrow keys does not.
 void ListsTest::fileListClickAndKeysChooseAName() {
     QTemporaryDir dir;
     for (const char* name : {"a.gpx", "b.gpx", "c.gpx"})
@@ -125,26 +110,25 @@ void ListsTest::fileListClickAndKeysChooseAName() {
     list.setPath(dir.path());
     showAndWait(list);
     QSignalSpy clicks(&list, &FileListBox::Click);
-    QVERIFY(list.FileName().isEmpty());
-
     QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, centreOf(list, 1));
-    QCOMPARE(clicks.size(), 1);
     QCOMPARE(list.FileName(), "b.gpx");
-    // Moving with the arrow keys is no choice; Space and Enter are.
     QTest::keyClick(&list, Qt::Key_Down);
     QCOMPARE(clicks.size(), 1);
     QTest::keyClick(&list, Qt::Key_Space);
-    QCOMPARE(clicks.size(), 2);
     QCOMPARE(list.FileName(), "c.gpx");
     QTest::keyClick(&list, Qt::Key_Up);
     QTest::keyClick(&list, Qt::Key_Return);
-    QCOMPARE(clicks.size(), 3);
     QCOMPARE(list.FileName(), "b.gpx");
-    // Below the last name there is nothing to choose.
-    QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, QPoint(10, 390));
+    QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, QPoint(10, 390)); // below the names
     QCOMPARE(clicks.size(), 3);
-}
 
+    // setPath reads the folder again even when it shows it already.
+    touch(dir.path() + "/d.gpx");
+    list.setPath(dir.path());
+    QCOMPARE(list.count(), 4);
+    list.setPath(dir.path() + "/unplugged");
+    QCOMPARE(list.count(), 0);
+}
 void ListsTest::fileListShowsCorpusGpxFiles() {
     const QDir corpus(QStringLiteral(TARNWICK_CORPUS));
     if (!corpus.exists())
@@ -152,11 +136,9 @@ void ListsTest::fileListShowsCorpusGpxFiles() {
     FileListBox list;
     list.setPattern("*.GPX");
     list.setPath(corpus.path());
-    const QStringList listed = texts(list);
-    QCOMPARE(listed.size(), corpus.entryList({"*.gpx"}, QDir::Files).size());
-    QVERIFY(!listed.isEmpty() && !listed.contains("SOURCES.tsv"));
+    QCOMPARE(texts(list).size(), corpus.entryList({"*.gpx"}, QDir::Files).size());
+    QVERIFY(list.count() > 0);
 }
-
 void ListsTest::folderListShowsBranchThenSubFolders() {
     QTemporaryDir dir;
     for (const char* name : {"b", "A", "c", ".hidden"})
@@ -177,36 +159,31 @@ void ListsTest::folderListShowsBranchThenSubFolders() {
     QVERIFY(list.subFolders().isEmpty());
 }
 
+// Change() arrives once per new path, with the path already in place.
 void ListsTest::openingAFolderChangesPathOnce() {
     QTemporaryDir dir;
     QVERIFY(QDir(dir.path()).mkpath("A/inner"));
     DirListBox list;
     list.setPath(dir.path());
     showAndWait(list);
-    QSignalSpy changes(&list, &DirListBox::Change);
-    // The new path is in place when Change() arrives, inside the call that set it.
-    QString seen;
-    connect(&list, &DirListBox::Change, &list, [&] { seen = list.Path(); });
-
+    QStringList seen;
+    connect(&list, &DirListBox::Change, &list, [&] { seen.append(list.Path()); });
     const int firstSub = int(branchTexts(dir.path()).size());
     QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, centreOf(list, firstSub));
-    QCOMPARE(changes.size(), 0);
+    QCOMPARE(seen, QStringList());
     QTest::mouseDClick(list.viewport(), Qt::LeftButton, {}, centreOf(list, firstSub));
-    QCOMPARE(changes.size(), 1);
-    QCOMPARE(seen, dir.path() + "/A");
+    QCOMPARE(seen, QStringList{dir.path() + "/A"});
     QCOMPARE(list.subFolders(), QStringList{dir.path() + "/A/inner"});
-
     // Enter on the parent's line goes back up; Enter on the current folder changes nothing.
-    list.setCurrentRow(firstSub - 1);
-    QTest::keyClick(&list, Qt::Key_Return);
-    QCOMPARE(list.Path(), dir.path());
-    list.setCurrentRow(firstSub - 1);
-    QTest::keyClick(&list, Qt::Key_Return);
+    for (int i = 0; i < 2; ++i) {
+        list.setCurrentRow(firstSub - 1);
+        QTest::keyClick(&list, Qt::Key_Return);
+    }
     for (const QString& same : {dir.path(), dir.path() + "/", dir.path() + "/A/.."})
         list.setPath(same);
-    QCOMPARE(changes.size(), 2);
+    QCOMPARE(seen, (QStringList{dir.path() + "/A", dir.path()}));
 }
-
+// Generous: work that grows with the square of the entries takes far longer.
 void ListsTest::listsKeepUpWithThousandsOfEntries() {
     QTemporaryDir dir;
     constexpr int entries = 3000;
@@ -220,35 +197,25 @@ void ListsTest::listsKeepUpWithThousandsOfEntries() {
     folders.setPath(dir.path());
     FileListBox files;
     files.setPath(dir.path());
-    // Generous: work that grows with the square of the entries takes far longer.
     QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
-    QCOMPARE(folders.subFolders().size(), entries);
-    QCOMPARE(files.count(), entries);
+    QCOMPARE(folders.subFolders().size() + files.count(), 2 * entries);
 }
-
 void ListsTest::setDriveEmitsChangeOnlyForAnotherVolume() {
     QTemporaryDir unit;
     QVERIFY(QDir(unit.path()).mkpath("a/b"));
     DriveListBox drives;
     drives.setVolumes({systemRoot, volumeAt(unit.path(), "GARMIN")});
     QCOMPARE(drives.Drive(), "/");
-    QSignalSpy changes(&drives, &DriveListBox::Change);
-    QString seen;
-    connect(&drives, &DriveListBox::Change, &drives, [&] { seen = drives.Drive(); });
-
+    QStringList seen;
+    connect(&drives, &DriveListBox::Change, &drives, [&] { seen.append(drives.Drive()); });
     drives.setDrive(unit.path() + "/a/b");
-    QCOMPARE(changes.size(), 1);
-    QCOMPARE(seen, unit.path());
-    QCOMPARE(drives.currentIndex(), 1);
     drives.setDrive(unit.path() + "/a");
-    QCOMPARE(changes.size(), 1);
-
+    QCOMPARE(seen, QStringList{unit.path()});
+    QCOMPARE(drives.currentIndex(), 1);
     // The unit unplugged: the list moves to the volume that now holds its path.
     drives.setVolumes({systemRoot});
-    QCOMPARE(changes.size(), 2);
-    QCOMPARE(drives.Drive(), "/");
+    QCOMPARE(seen, (QStringList{unit.path(), "/"}));
 }
-
 void ListsTest::garminVolumeOpensOnItsGpxFolder() {
     QTemporaryDir unit;
     QTemporaryDir stick;
@@ -275,19 +242,16 @@ void ListsTest::unreadableDriveKeepsThePreviousOne() {
     QStringList messages;
     Dialogs::setMessageHandler([&](const QString& text) { messages.append(text); });
     QSignalSpy changes(&drives, &DriveListBox::Change);
-
     QTest::keyClick(&drives, Qt::Key_Down);
     QCOMPARE(messages.size(), 1);
     QVERIFY2(messages.first().contains("GARMIN (" + gone + ")"), qPrintable(messages.first()));
     QCOMPARE(changes.size(), 0);
-    QCOMPARE(drives.Drive(), "/");
     QCOMPARE(drives.currentIndex(), 0);
-
+    // Down from the unreadable drive's line takes the next drive.
     drives.setCurrentIndex(1);
     QTest::keyClick(&drives, Qt::Key_Down);
     QCOMPARE(changes.size(), 1);
     QCOMPARE(drives.Drive(), dir.path());
 }
-
 QTEST_MAIN(ListsTest)
 #include "tst_lists_widgets.moc"
