@@ -1,6 +1,7 @@
 #include "app/DatedCopy.h"
 
 #include "app/Workspace.h"
+#include "export/WriteError.h"
 
 #include <QDir>
 #include <QFile>
@@ -59,12 +60,12 @@ Result copyInto(QIODevice& source, const QString& folder, const QDateTime& when)
         if (got == 0)
             break;
         if (copy.write(block.constData(), got) != got) {
-            result.error = copy.errorString();
+            result.error = writeErrorOf(copy);
             return result;
         }
     }
     if (!copy.flush()) {
-        result.error = copy.errorString();
+        result.error = writeErrorOf(copy);
         return result;
     }
 

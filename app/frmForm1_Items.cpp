@@ -8,6 +8,7 @@
 #include "app/Workspace.h"
 #include "export/ExportWriter.h"
 #include "export/TextHelpers.h"
+#include "export/WriteError.h"
 #include "favorites/FavoritesHistory.h"
 #include "items/FavoritesScanner.h"
 #include "items/FlexGrid.h"
@@ -237,8 +238,7 @@ void frmForm1::mnuSelectTracks_Click() {
     // A failed read leaves the earlier scratch file in place, and commit() alone does not
     // notice a failure to write out the last buffered bytes (a full disk), hence the flush.
     const bool written = !readFailed && scanner.finish() && scratch.flush() && scratch.commit();
-    const QString writeError =
-        scanner.writeError().isEmpty() ? scratch.errorString() : scanner.writeError();
+    const QString writeError = written || readFailed ? QString() : writeErrorOf(scratch);
     endLoad();
 
     if (readFailed) {

@@ -1,6 +1,7 @@
 #include "export/ExportWriter.h"
 
 #include "export/CodePage.h"
+#include "export/WriteError.h"
 #include "items/FlexGridModel.h"
 
 #include <QDir>
@@ -230,7 +231,7 @@ public:
     // Writes out what Qt still buffers and waits for the disk, where a full disk shows.
     QString finish() {
         if (!m_file.flush())
-            return m_file.errorString();
+            return writeErrorOf(m_file);
 #ifdef Q_OS_UNIX
         if (::fsync(m_file.handle()) != 0)
             return QString::fromLocal8Bit(std::strerror(errno));
@@ -291,7 +292,7 @@ ExportResult writeExport(const QString& outputFolder, const QString& base, const
     if (!writeTextLine(file, header) || !writeBody(file, reason) ||
         !writeTextLine(file, QStringLiteral("</gpx>"))) {
         if (reason.isEmpty())
-            reason = file.errorString();
+            reason = writeErrorOf(file);
     } else {
         reason = pending.finish();
     }
@@ -435,7 +436,6 @@ ExportResult exportTracks(const QString& outputFolder, const QString& base, cons
                         .arg(QDir::toNativeSeparators(scratchPath), scratch.errorString());
             return false;
         case TracksBody::WriteFailed:
-            error = out.errorString();
             return false;
         }
         return false;

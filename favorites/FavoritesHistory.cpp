@@ -1,6 +1,7 @@
 #include "favorites/FavoritesHistory.h"
 
 #include "export/CodePage.h"
+#include "export/WriteError.h"
 #include "items/FlexGridModel.h"
 
 #include <QDir>
@@ -52,7 +53,7 @@ QString saveFavorites(const QString& path, const FlexGridModel& grid) {
         block += CodePage::fromUnicode(grid.TextMatrix(row, 2));
         block += "\r\n";
         if (block.size() >= blockSize && !writeBlock()) {
-            const QString reason = file.errorString();
+            const QString reason = writeErrorOf(file);
             file.cancelWriting();
             return reason;
         }
@@ -60,7 +61,7 @@ QString saveFavorites(const QString& path, const FlexGridModel& grid) {
     // commit() does not notice when writing out the last buffered bytes fails (a full disk)
     // and would then replace the history with a cut one, so those bytes are flushed here.
     if (!writeBlock() || !file.flush()) {
-        const QString reason = file.errorString();
+        const QString reason = writeErrorOf(file);
         file.cancelWriting();
         return reason;
     }

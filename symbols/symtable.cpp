@@ -1,6 +1,7 @@
 #include "symbols/symtable.h"
 
 #include "export/CodePage.h"
+#include "export/WriteError.h"
 
 #include <QDir>
 #include <QFile>
@@ -177,7 +178,7 @@ QString writeFile(const QString& path, const QList<SymbolPair>& pairs) {
     // commit() does not notice when writing out the last buffered bytes fails (a full disk)
     // and would then replace the table with a cut one, so those bytes are flushed here.
     if (file.write(bytes) != bytes.size() || !file.flush()) {
-        const QString reason = file.errorString();
+        const QString reason = writeErrorOf(file);
         file.cancelWriting();
         return reason;
     }

@@ -12,6 +12,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cerrno>
+#include <cstring>
+
 #include <sys/stat.h>
 
 class HistoryFailuresTest : public QObject {
@@ -62,6 +65,9 @@ private slots:
                 QSKIP("Folder permissions do not apply to this user.");
         }
         QVERIFY2(!error.isEmpty(), "a save that could not be written reported success");
+        if (room >= 0)
+            QVERIFY2(error.contains(QString::fromLocal8Bit(std::strerror(EFBIG))),
+                     qPrintable(error));
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), earlier);
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden | QDir::System),
