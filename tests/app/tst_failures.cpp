@@ -15,6 +15,9 @@
 #include <QLineEdit>
 #include <QRandomGenerator>
 
+#include <cerrno>
+#include <cstring>
+
 #include <sys/stat.h>
 
 namespace {
@@ -151,9 +154,7 @@ void FailuresTest::nonRegularSourcesAreNeitherListedNorRead() {
     QVERIFY(w.File1->findItems(sourceName, Qt::MatchFixedString).isEmpty());
 
     // Even when the name is chosen by other means, nothing opens it: a FIFO would block the
-    // program and /dev/zero would never end.
-    QElapsedTimer timer;
-    timer.start();
+    // program and /dev/zero would never end (the test would hang).
     w.SourceFileName = sourceName;
     w.mnuSelectFavorites_Click();
     QCOMPARE(f.messages, QStringList{cantBeOpenned});
@@ -164,7 +165,6 @@ void FailuresTest::nonRegularSourcesAreNeitherListedNorRead() {
     w.mnuCopyNuvi_Click();
     QCOMPARE(f.messages.size(), 3);
     QVERIFY(f.messages.last().contains(sourceName));
-    QVERIFY(timer.elapsed() < 5000);
     QCOMPARE(filesIn(f.device("Nuvi_1")).filter(QStringLiteral("_CURRENT.GPX")), QStringList());
 }
 
@@ -223,6 +223,7 @@ void FailuresTest::exportAfterTheScratchFileWentAwayWritesNothing() {
     w.mnuExport_Click();
 
     QCOMPARE(f.messages, QStringList{cantBeOpenned});
+    QCOMPARE(w.txtStatus->text(), QStringLiteral("EXPORTING"));
     QCOMPARE(filesIn(f.device("Nuvi_1") + QStringLiteral("/output")), QStringList());
     QCOMPARE(w.Grid1->Rows(), 3);
 
@@ -291,6 +292,8 @@ void FailuresTest::fullDiskDuringASaveKeepsTheEarlierFile() {
 
     QCOMPARE(f.messages.size(), 1);
     QVERIFY2(namesFile(f.messages.first(), path), qPrintable(f.messages.first()));
+    QVERIFY2(f.messages.first().contains(QString::fromLocal8Bit(std::strerror(EFBIG))),
+             qPrintable(f.messages.first()));
     QCOMPARE(f.readFile(path), earlier);
     QCOMPARE(filesIn(device), filesBefore);
     QVERIFY(w.txtStatus->text() != QStringLiteral("Favorites Saved"));
