@@ -90,6 +90,15 @@ public:
         clickFile(name);
     }
 
+    // The usual start: a first run that creates «Nuvi_1», with bytes chosen as the CURRENT.GPX
+    // in its folder.
+    frmForm1& startWithSource(const QByteArray& bytes) {
+        answers = {QStringLiteral("Nuvi_1")};
+        frmForm1& w = start();
+        chooseSource(device(QStringLiteral("Nuvi_1")), QStringLiteral("CURRENT.GPX"), bytes);
+        return w;
+    }
+
     QStringList column(int col) const {
         QStringList cells;
         for (int row = 1; row < window->Grid1->Rows(); ++row)

@@ -57,9 +57,7 @@ private slots:
 
 void CommandsTest::fileClickChoosesTheSourceAndLoadsTheTable() {
     MainWindowFixture f;
-    f.answers = {QStringLiteral("Nuvi_1")};
-    frmForm1& w = f.start();
-    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", favoritesFile);
+    frmForm1& w = f.startWithSource(favoritesFile);
     QCOMPARE(w.SourceFileName, QStringLiteral("CURRENT.GPX"));
     QCOMPARE(w.txtStatus->text(), QStringLiteral("CURRENT.GPX"));
     QCOMPARE(statusColour(w), QColor(0, 255, 255));
@@ -120,9 +118,7 @@ void CommandsTest::copyMakesAByteForByteDatedCopy() {
 
 void CommandsTest::copyOfAVanishedFileSaysSoAndForgetsIt() {
     MainWindowFixture f;
-    f.answers = {QStringLiteral("Nuvi_1")};
-    frmForm1& w = f.start();
-    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", favoritesFile);
+    frmForm1& w = f.startWithSource(favoritesFile);
     QFile::remove(f.device("Nuvi_1") + "/CURRENT.GPX");
     w.mnuCopyNuvi->trigger();
     QCOMPARE(f.messages, QStringList{"File CURRENT.GPXcan't be copied."});
@@ -132,9 +128,7 @@ void CommandsTest::copyOfAVanishedFileSaysSoAndForgetsIt() {
 
 void CommandsTest::loadFavoritesListsTheWorkedExample() {
     MainWindowFixture f;
-    f.answers = {QStringLiteral("Nuvi_1")};
-    frmForm1& w = f.start();
-    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", favoritesFile);
+    frmForm1& w = f.startWithSource(favoritesFile);
     w.mnuSelectFavorites->trigger();
     QCOMPARE(w.windowTitle(), QStringLiteral("Favorites Selected"));
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Finished Loading Favorites"));
@@ -165,9 +159,7 @@ void CommandsTest::loadFavoritesListsTheWorkedExample() {
 
 void CommandsTest::clicksAndSelectAllMarkRows() {
     MainWindowFixture f;
-    f.answers = {QStringLiteral("Nuvi_1")};
-    frmForm1& w = f.start();
-    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", favoritesFile);
+    frmForm1& w = f.startWithSource(favoritesFile);
     w.mnuSelectFavorites->trigger();
     f.clickGrid(1, 1);
     QCOMPARE(f.column(0), QStringList({"X", " "}));
@@ -189,9 +181,7 @@ void CommandsTest::clicksAndSelectAllMarkRows() {
 
 void CommandsTest::loadTracksWritesTheScratchFile() {
     MainWindowFixture f;
-    f.answers = {QStringLiteral("Nuvi_1")};
-    frmForm1& w = f.start();
-    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", tracksFile);
+    frmForm1& w = f.startWithSource(tracksFile);
     w.mnuSelectTracks->trigger();
     QCOMPARE(w.windowTitle(), QStringLiteral("Tracks Selected"));
     QVERIFY(w.txtStatus->text().startsWith(QStringLiteral("Finished loading tracks ")));
@@ -218,9 +208,7 @@ void CommandsTest::loadTracksWritesTheScratchFile() {
 
 void CommandsTest::loadOfAMissingFileSaysItCantBeOpenned() {
     MainWindowFixture f;
-    f.answers = {QStringLiteral("Nuvi_1")};
-    frmForm1& w = f.start();
-    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", favoritesFile);
+    frmForm1& w = f.startWithSource(favoritesFile);
     w.mnuSelectFavorites->trigger();
     f.clickGrid(1);
     QFile::remove(f.device("Nuvi_1") + "/CURRENT.GPX");
@@ -259,9 +247,7 @@ void CommandsTest::exportChecksComeInOrder() {
 
 void CommandsTest::exportWritesFavoritesWithConvertedSymbols() {
     MainWindowFixture f;
-    f.answers = {QStringLiteral("Nuvi_1")};
-    frmForm1& w = f.start();
-    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", favoritesFile);
+    frmForm1& w = f.startWithSource(favoritesFile);
     w.mnuSelectFavorites->trigger();
     w.mnuSelectAllItems->trigger();
     w.mnuExport->trigger();
@@ -290,9 +276,7 @@ void CommandsTest::exportWritesFavoritesWithConvertedSymbols() {
 
 void CommandsTest::exportWritesTheMarkedTrack() {
     MainWindowFixture f;
-    f.answers = {QStringLiteral("Nuvi_1")};
-    frmForm1& w = f.start();
-    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", tracksFile);
+    frmForm1& w = f.startWithSource(tracksFile);
     w.mnuSelectTracks->trigger();
     f.clickGrid(2);
     w.mnuExport->trigger();
@@ -305,9 +289,7 @@ void CommandsTest::exportWritesTheMarkedTrack() {
 
 void CommandsTest::saveThenMarkNewLeavesEveryRowUnmarked() {
     MainWindowFixture f;
-    f.answers = {QStringLiteral("Nuvi_1")};
-    frmForm1& w = f.start();
-    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", favoritesFile);
+    frmForm1& w = f.startWithSource(favoritesFile);
     w.mnuSelectFavorites->trigger();
     f.clickGrid(1);
     w.mnuSaveFavorites->trigger();
@@ -340,9 +322,7 @@ void CommandsTest::renamedFavoriteIsMarkedNew() {
 
 void CommandsTest::markNewWithoutSavedFavoritesSaysSo() {
     MainWindowFixture f;
-    f.answers = {QStringLiteral("Nuvi_1")};
-    frmForm1& w = f.start();
-    f.chooseSource(f.device("Nuvi_1"), "CURRENT.GPX", favoritesFile);
+    frmForm1& w = f.startWithSource(favoritesFile);
     w.mnuSelectFavorites->trigger();
     f.clickGrid(2);
     w.mnuMarkNewFavorites->trigger();
