@@ -1,7 +1,7 @@
 #include "app/DirListBox.h"
 
-#include "app/NameOrder.h"
-#include "app/Volumes.h"
+#include "workspace/NameOrder.h"
+#include "workspace/Volumes.h"
 
 #include <QDir>
 #include <QDirIterator>

@@ -1,6 +1,6 @@
 #include "app/DriveListBox.h"
 
-#include "app/Dialogs.h"
+#include "dialogs/Dialogs.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Volumes.h"
+#include "workspace/Volumes.h"
 
 #include <QComboBox>
 #include <QHash>

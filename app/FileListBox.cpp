@@ -1,6 +1,6 @@
 #include "app/FileListBox.h"
 
-#include "app/NameOrder.h"
+#include "workspace/NameOrder.h"
 
 #include <QDir>
 #include <QDirIterator>

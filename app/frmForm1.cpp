@@ -1,17 +1,17 @@
 #include "app/frmForm1.h"
 
-#include "app/Copyright.h"
-#include "app/DatedCopy.h"
-#include "app/Dialogs.h"
 #include "app/DirListBox.h"
 #include "app/DriveListBox.h"
 #include "app/FileListBox.h"
 #include "app/StatusColours.h"
-#include "app/Workspace.h"
+#include "dialogs/Dialogs.h"
 #include "help/HelpWindow.h"
 #include "items/FlexGrid.h"
 #include "symbols/frmSymbolTableManagement.h"
 #include "symbols/symtable.h"
+#include "text/Copyright.h"
+#include "workspace/DatedCopy.h"
+#include "workspace/Workspace.h"
 
 #include <QApplication>
 #include <QCloseEvent>

@@ -2,14 +2,14 @@
 
 #include "app/frmForm1.h"
 
-#include "app/Dialogs.h"
 #include "app/DirListBox.h"
 #include "app/DriveListBox.h"
 #include "app/FileListBox.h"
-#include "app/Workspace.h"
-#include "export/TextHelpers.h"
+#include "dialogs/Dialogs.h"
 #include "items/FlexGrid.h"
 #include "symbols/symtable.h"
+#include "text/TextHelpers.h"
+#include "workspace/Workspace.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -3,18 +3,18 @@
 
 #include "app/frmForm1.h"
 
-#include "app/Dialogs.h"
 #include "app/StatusColours.h"
-#include "app/Workspace.h"
+#include "dialogs/Dialogs.h"
 #include "export/ExportWriter.h"
-#include "export/TextHelpers.h"
-#include "export/WriteError.h"
 #include "favorites/FavoritesHistory.h"
 #include "items/FavoritesScanner.h"
 #include "items/FlexGrid.h"
 #include "items/ItemMarks.h"
 #include "items/TracksScanner.h"
 #include "symbols/symtable.h"
+#include "text/TextHelpers.h"
+#include "text/WriteError.h"
+#include "workspace/Workspace.h"
 
 #include <QAction>
 #include <QDir>

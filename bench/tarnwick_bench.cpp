@@ -8,9 +8,9 @@
 
 #include "GpxGenerator.h"
 
-#include "app/Dialogs.h"
 #include "app/FileListBox.h"
 #include "app/frmForm1.h"
+#include "dialogs/Dialogs.h"
 #include "items/FlexGrid.h"
 
 #include <QApplication>

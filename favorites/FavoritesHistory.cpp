@@ -1,8 +1,8 @@
 #include "favorites/FavoritesHistory.h"
 
-#include "export/CodePage.h"
-#include "export/WriteError.h"
 #include "items/FlexGridModel.h"
+#include "text/CodePage.h"
+#include "text/WriteError.h"
 
 #include <QDir>
 #include <QFile>

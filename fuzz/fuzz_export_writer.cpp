@@ -5,10 +5,10 @@
 
 #include "FuzzInput.h"
 
-#include "export/CodePage.h"
 #include "export/ExportWriter.h"
 #include "items/FlexGridModel.h"
 #include "symbols/symtable.h"
+#include "text/CodePage.h"
 
 #include <QBuffer>
 #include <QList>

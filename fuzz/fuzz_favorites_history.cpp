@@ -4,9 +4,9 @@
 
 #include "FuzzInput.h"
 
-#include "export/CodePage.h"
 #include "favorites/FavoritesHistory.h"
 #include "items/FlexGridModel.h"
+#include "text/CodePage.h"
 
 #include <QDir>
 #include <QFile>

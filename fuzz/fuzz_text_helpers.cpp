@@ -3,8 +3,8 @@
 
 #include "FuzzInput.h"
 
-#include "export/CodePage.h"
-#include "export/TextHelpers.h"
+#include "text/CodePage.h"
+#include "text/TextHelpers.h"
 
 #include <QByteArrayView>
 #include <QString>

@@ -1,7 +1,7 @@
 #include "help/HelpPages.h"
 
-#include "app/Copyright.h"
-#include "app/Workspace.h"
+#include "text/Copyright.h"
+#include "workspace/Workspace.h"
 
 #include <QDir>
 

@@ -1,8 +1,8 @@
 #include "items/TracksScanner.h"
 
-#include "export/CodePage.h"
-#include "export/TextHelpers.h"
 #include "items/ScanText.h"
+#include "text/CodePage.h"
+#include "text/TextHelpers.h"
 
 #include <QIODevice>
 

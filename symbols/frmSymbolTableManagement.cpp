@@ -1,10 +1,10 @@
 #include "symbols/frmSymbolTableManagement.h"
 
-#include "app/Dialogs.h"
-#include "app/Workspace.h"
-#include "export/CodePage.h"
+#include "dialogs/Dialogs.h"
 #include "items/FlexGrid.h"
 #include "symbols/symtable.h"
+#include "text/CodePage.h"
+#include "workspace/Workspace.h"
 
 #include <QCloseEvent>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 #include "symbols/symtable.h"
 
-#include "export/CodePage.h"
-#include "export/WriteError.h"
+#include "text/CodePage.h"
+#include "text/WriteError.h"
 
 #include <QDir>
 #include <QFile>

@@ -3,11 +3,11 @@
 // A private workspace for main-window tests: HOME points at a temporary folder, and the
 // message and input boxes are answered by the test instead of a person.
 
-#include "app/Dialogs.h"
 #include "app/DirListBox.h"
 #include "app/DriveListBox.h"
 #include "app/FileListBox.h"
 #include "app/frmForm1.h"
+#include "dialogs/Dialogs.h"
 #include "items/FlexGrid.h"
 
 #include <QDir>

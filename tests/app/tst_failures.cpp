@@ -7,9 +7,9 @@
 #include "FileSizeLimit.h"
 #include "MainWindowFixture.h"
 
-#include "app/Workspace.h"
 #include "symbols/frmSymbolTableManagement.h"
 #include "symbols/symtable.h"
+#include "workspace/Workspace.h"
 
 #include <QElapsedTimer>
 #include <QLineEdit>

@@ -1,10 +1,10 @@
 // The drive, folder and file lists the user chooses a source file with.
 
-#include "app/Dialogs.h"
 #include "app/DirListBox.h"
 #include "app/DriveListBox.h"
 #include "app/FileListBox.h"
-#include "app/Volumes.h"
+#include "dialogs/Dialogs.h"
+#include "workspace/Volumes.h"
 
 #include <QDir>
 #include <QFile>

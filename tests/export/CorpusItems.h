@@ -1,7 +1,7 @@
 #pragma once
 
-#include "export/CodePage.h"
-#include "export/TextHelpers.h"
+#include "text/CodePage.h"
+#include "text/TextHelpers.h"
 
 #include <QByteArray>
 #include <QDir>

@@ -3,10 +3,10 @@
 
 #include "export/ExportWriter.h"
 
-#include "export/CodePage.h"
 #include "export/CorpusItems.h"
 #include "export/FailDevice.h"
 #include "items/FlexGridModel.h"
+#include "text/CodePage.h"
 
 #include <QBuffer>
 #include <QDir>

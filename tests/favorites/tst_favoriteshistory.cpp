@@ -3,9 +3,9 @@
 
 #include "favorites/FavoritesHistory.h"
 
-#include "export/CodePage.h"
 #include "export/CorpusItems.h"
 #include "items/FlexGridModel.h"
+#include "text/CodePage.h"
 
 #include <QDir>
 #include <QFile>

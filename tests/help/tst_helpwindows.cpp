@@ -1,6 +1,6 @@
-#include "app/Copyright.h"
 #include "help/HelpPages.h"
 #include "help/HelpWindow.h"
+#include "text/Copyright.h"
 
 #include <QApplication>
 #include <QListWidget>

@@ -1,7 +1,7 @@
 #include "ReferenceScanners.h"
 
-#include "export/CodePage.h"
-#include "export/TextHelpers.h"
+#include "text/CodePage.h"
+#include "text/TextHelpers.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "ScanTestSupport.h"
 
-#include "export/CodePage.h"
 #include "items/FavoritesScanner.h"
+#include "text/CodePage.h"
 
 #include <QTest>
 

@@ -1,7 +1,7 @@
 #include "ScanTestSupport.h"
 
-#include "export/CodePage.h"
 #include "items/TracksScanner.h"
+#include "text/CodePage.h"
 
 #include <QTest>
 

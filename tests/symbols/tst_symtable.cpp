@@ -1,5 +1,5 @@
-#include "export/CodePage.h"
 #include "symbols/symtable.h"
+#include "text/CodePage.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "export/CodePage.h"
+#include "text/CodePage.h"
 
 #include <array>
 

@@ -1,8 +1,8 @@
 // The code page every file passes through, and the two text helpers that name exports and
 // decode the names and symbols of loaded items.
 
-#include "export/CodePage.h"
-#include "export/TextHelpers.h"
+#include "text/CodePage.h"
+#include "text/TextHelpers.h"
 
 #include <QRandomGenerator>
 #include <QTest>

@@ -1,4 +1,4 @@
-#include "export/WriteError.h"
+#include "text/WriteError.h"
 
 #include <QFile>
 

@@ -1,4 +1,4 @@
-#include "export/TextHelpers.h"
+#include "text/TextHelpers.h"
 
 QString CleanName(const QString& text) {
     QString result;

@@ -1,7 +1,7 @@
-#include "app/Volumes.h"
+#include "workspace/Volumes.h"
 
-#include "app/Workspace.h"
-#include "export/CodePage.h"
+#include "text/CodePage.h"
+#include "workspace/Workspace.h"
 
 #include <QDir>
 #include <QFile>

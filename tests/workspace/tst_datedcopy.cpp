@@ -1,7 +1,7 @@
 // The dated copy of a unit's file: its name, its bytes, and what happens to a copy made
 // earlier in the same minute.
 
-#include "app/DatedCopy.h"
+#include "workspace/DatedCopy.h"
 
 #include <QBuffer>
 #include <QDir>

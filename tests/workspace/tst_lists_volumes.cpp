@@ -1,8 +1,8 @@
 // The volume list behind the drive list: which mounts it offers, which volume holds a path,
 // and how a Garmin unit on a volume is recognised.
 
-#include "app/NameOrder.h"
-#include "app/Volumes.h"
+#include "workspace/NameOrder.h"
+#include "workspace/Volumes.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
-#include "app/Workspace.h"
+#include "workspace/Workspace.h"
 
-#include "app/NameOrder.h"
+#include "workspace/NameOrder.h"
 
 #include <QDir>
 #include <QFileInfo>

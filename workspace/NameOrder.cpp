@@ -1,4 +1,4 @@
-#include "app/NameOrder.h"
+#include "workspace/NameOrder.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
-#include "app/DatedCopy.h"
+#include "workspace/DatedCopy.h"
 
-#include "app/Workspace.h"
-#include "export/WriteError.h"
+#include "text/WriteError.h"
+#include "workspace/Workspace.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "app/Copyright.h"
+#include "text/Copyright.h"
 
 namespace Copyright {
 
