@@ -117,6 +117,7 @@ void frmForm1::buildControls() {
     lstDevice->setObjectName(QStringLiteral("lstDevice"));
     place(lstDevice, 1560, 1080, 3135, 2160);
     lstDevice->setFont(msSansSerif(12));
+    lstDevice->installEventFilter(this);
 
     btnOK = new QPushButton(QStringLiteral("OK"), client);
     btnOK->setObjectName(QStringLiteral("btnOK"));
@@ -256,7 +257,9 @@ void frmForm1::connectHandlers() {
     connect(Dir1, &DirListBox::Change, this, &frmForm1::Dir1_Change);
     connect(File1, &FileListBox::Click, this, &frmForm1::File1_Click);
     connect(Grid1, &FlexGrid::Click, this, &frmForm1::Grid1_Click);
-    connect(lstDevice, &QListWidget::itemClicked, this, &frmForm1::lstDevice_Click);
+    // The heading follows the selection however it changes: a click, the arrow keys, or a
+    // Ctrl+click that clears it.
+    connect(lstDevice, &QListWidget::itemSelectionChanged, this, &frmForm1::lstDevice_Click);
     connect(lstDevice, &QListWidget::itemDoubleClicked, this, &frmForm1::lstDevice_DblClick);
     connect(lstDevice, &QListWidget::itemActivated, this, [this] {
         // Enter on a selected name takes it, as OK does.
@@ -370,6 +373,7 @@ void frmForm1::Form_Load() {
     }
 
     setStatus(QStringLiteral("Select drive, folder and file."), StatusColours::yellow());
+    m_startupDone = true;
 }
 
 void frmForm1::takeDevice(const QString& folder) {
@@ -413,6 +417,7 @@ void frmForm1::closeEvent(QCloseEvent* event) {
 // ---- Source file choice -------------------------------------------------------------------
 
 void frmForm1::mnuOpen_Click() {
+    cancelLoad();
     File1->setPattern(QStringLiteral("*.GPX"));
     Dir1->setPath(CurrentFolder);
     File1->setPath(Dir1->Path());

@@ -36,7 +36,10 @@ public:
     // program ends, even if the window was never shown.
     bool programEnded() const { return m_programEnded; }
     // True while a favorites or tracks load is reading its file.
-    bool loading() const { return m_loading; }
+    bool loading() const { return m_activeLoad != 0; }
+    // How often a running load appends its rows and lets the window repaint. A slow unit
+    // makes every load a long one; tests shorten the interval to meet a load mid-way.
+    void setRepaintInterval(qint64 milliseconds) { m_repaintMilliseconds = milliseconds; }
 
     // Window-level variables.
     bool ItemsLoaded = false;
@@ -141,6 +144,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void buildControls();
@@ -160,9 +164,20 @@ private:
     // The source file: the folder of the lists plus the chosen name.
     QString SourceGpxFile() const;
     // Keeps the second load, Export and the favorites commands from starting while a load
-    // reads its file, and restores their states afterwards.
-    void beginLoad();
+    // reads its file, and gives them back their states when it ends.
+    // beginLoad returns the load's number, which stays current until the load ends or is
+    // cancelled; a load started from the window events that a cancelled one let run gets a
+    // number of its own, so the cancelled one can never add rows to its grid.
+    quint64 beginLoad();
     void endLoad();
+    bool isCurrentLoad(quint64 load) const { return load != 0 && load == m_activeLoad; }
+    // Ends a running load at its next block, for a command that takes its grid or its
+    // device away (Open, Switch Device, OK). The held commands get their states back at
+    // once, so whatever the command then does to them holds; the stopped load shows no
+    // result, and a tracks load keeps the earlier scratch file.
+    void cancelLoad();
+    // Takes the device that was just created when none is taken yet.
+    void takeCreatedDevice(const QString& name);
     void prepareGrid(bool tracks);
     // Lets pending window events run (the status repaints, the grid can be clicked).
     void DoEvents();
@@ -171,12 +186,16 @@ private:
     // Feeds the source to a scanner in blocks until feed returns false or the file ends,
     // appending the rows found so far and letting the window repaint at least every 50 ms.
     // False when a read failed; the rows read until then stay.
-    bool readSource(QFile& source, const std::function<bool(QByteArrayView)>& feed,
+    bool readSource(quint64 load, QFile& source, const std::function<bool(QByteArrayView)>& feed,
                     const std::function<void()>& appendRows);
     void reportReadError(const QString& path, const QString& reason);
 
     bool m_programEnded = false;
-    bool m_loading = false;
+    // The start-up decision is over: a device created from now on is the user's own doing.
+    bool m_startupDone = false;
+    quint64 m_activeLoad = 0;
+    quint64 m_loadsStarted = 0;
+    qint64 m_repaintMilliseconds = 50;
     bool m_unloading = false;
     bool m_workspaceUsable = true;
     // The commands a load holds back while it runs, with the states they get back after it.

@@ -5,6 +5,7 @@
 #include "app/DirListBox.h"
 #include "app/DriveListBox.h"
 #include "app/FileListBox.h"
+#include "app/StatusColours.h"
 #include "dialogs/Dialogs.h"
 #include "items/FlexGrid.h"
 #include "symbols/symtable.h"
@@ -13,15 +14,19 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 
+#include <algorithm>
+
 #include <filesystem>
 #include <system_error>
 
 void frmForm1::mnuSwitchDevice_Click() {
+    cancelLoad();
     Dir2->hide();
     refreshDevices();
     Grid1->hide();
@@ -48,9 +53,24 @@ void frmForm1::mnuSwitchDevice_Click() {
 }
 
 void frmForm1::lstDevice_Click() {
-    const QListWidgetItem* selected = lstDevice->currentItem();
-    if (selected)
-        lblDevice->setText(selected->text());
+    const QList<QListWidgetItem*> selected = lstDevice->selectedItems();
+    lblDevice->setText(selected.isEmpty() ? QStringLiteral("SELECT DEVICE")
+                                          : selected.first()->text());
+}
+
+bool frmForm1::eventFilter(QObject* watched, QEvent* event) {
+    // Focus makes the first name current without selecting it; the first arrow key then
+    // selects that name instead of skipping it.
+    if (watched == lstDevice && event->type() == QEvent::KeyPress &&
+        lstDevice->selectedItems().isEmpty() && lstDevice->count() > 0) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Down || key == Qt::Key_Up) {
+            const int row = lstDevice->currentRow() < 0 ? 0 : lstDevice->currentRow();
+            lstDevice->setCurrentRow(row, QItemSelectionModel::ClearAndSelect);
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void frmForm1::lstDevice_DblClick() {
@@ -59,10 +79,14 @@ void frmForm1::lstDevice_DblClick() {
 
 void frmForm1::btnOK_Click() {
     // Without a selected name there is no device to take: the choice stays open.
-    const QListWidgetItem* selected = lstDevice->currentItem();
-    if (!selected || !selected->isSelected() || selected->text().isEmpty())
+    const QList<QListWidgetItem*> selected = lstDevice->selectedItems();
+    if (selected.isEmpty()) {
+        Dialogs::MsgBox(this, QStringLiteral("No device is selected. Click a device name in "
+                                             "the list, then OK."));
         return;
-    const QString name = selected->text();
+    }
+    cancelLoad();
+    const QString name = selected.first()->text();
 
     lstDevice->hide();
     lblDevice->hide();
@@ -112,8 +136,9 @@ void frmForm1::mnuCreateNewUser_Click() {
                           QStringLiteral("CREATE NEW DEVICE FOLDER"), QStringLiteral("Nuvi_1"));
     if (answer.isEmpty())
         return;
-    const QString name = CleanName(answer);
-    if (name.isEmpty()) {
+    // Spaces around a name would make a second folder that looks like the first.
+    const QString name = CleanName(answer).trimmed();
+    if (!std::any_of(name.begin(), name.end(), [](QChar c) { return c.isLetterOrNumber(); })) {
         Dialogs::MsgBox(this, QStringLiteral("A device name needs letters or digits; \"%1\" has "
                                              "none, so no device was created.")
                                   .arg(answer));
@@ -122,7 +147,7 @@ void frmForm1::mnuCreateNewUser_Click() {
 
     const QString root = Workspace::rootPath();
     for (const QString& device : Workspace::deviceNames()) {
-        if (device.compare(name, Qt::CaseInsensitive) == 0) {
+        if (device.trimmed().compare(name, Qt::CaseInsensitive) == 0) {
             Dialogs::MsgBox(this, QStringLiteral("The device %1 exists already; it was left as "
                                                  "it is.")
                                       .arg(device));
@@ -156,4 +181,13 @@ void frmForm1::mnuCreateNewUser_Click() {
     refreshDevices();
     if (Workspace::deviceNames().size() > 1)
         mnuSwitchDevice->setEnabled(true);
+    if (m_startupDone && DeviceFolder.isEmpty() && lblDevice->isHidden())
+        takeCreatedDevice(name);
+}
+
+void frmForm1::takeCreatedDevice(const QString& name) {
+    // The first start was declined and the user made a device later: it is taken as the
+    // start-up takes a single device, so that Open and the Symbol Table menu are usable.
+    takeDevice(QDir(Workspace::rootPath()).filePath(name));
+    setStatus(QStringLiteral("Select drive, folder and file."), StatusColours::yellow());
 }

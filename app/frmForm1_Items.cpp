@@ -29,8 +29,6 @@ namespace {
 
 // The source is read in blocks of this size.
 constexpr qint64 blockSize = 256 * 1024;
-// While a load runs, rows are appended and the window repaints at least this often.
-constexpr qint64 repaintMilliseconds = 50;
 
 QString timeOfDay() {
     return QTime::currentTime().toString(QStringLiteral("HH:mm:ss"));
@@ -44,21 +42,29 @@ bool isReadableSource(const QString& path) {
 
 } // namespace
 
-void frmForm1::beginLoad() {
-    m_loading = true;
+quint64 frmForm1::beginLoad() {
+    m_activeLoad = ++m_loadsStarted;
     m_heldDuringLoad.clear();
     for (QAction* item :
          {mnuSelectFavorites, mnuSelectTracks, mnuExport, mnuSaveFavorites, mnuMarkNewFavorites}) {
         m_heldDuringLoad.append({item, item->isEnabled()});
         item->setEnabled(false);
     }
+    return m_activeLoad;
 }
 
 void frmForm1::endLoad() {
-    m_loading = false;
+    m_activeLoad = 0;
     for (const auto& [item, enabled] : std::as_const(m_heldDuringLoad))
         item->setEnabled(enabled);
     m_heldDuringLoad.clear();
+}
+
+void frmForm1::cancelLoad() {
+    if (!loading())
+        return;
+    endLoad();
+    setStatus(QStringLiteral("Loading stopped."), StatusColours::cyan());
 }
 
 void frmForm1::prepareGrid(bool tracks) {
@@ -94,13 +100,14 @@ bool frmForm1::openSource(QFile& source) {
     return false;
 }
 
-bool frmForm1::readSource(QFile& source, const std::function<bool(QByteArrayView)>& feed,
+bool frmForm1::readSource(quint64 load, QFile& source,
+                          const std::function<bool(QByteArrayView)>& feed,
                           const std::function<void()>& appendRows) {
     QElapsedTimer sinceRepaint;
     sinceRepaint.start();
     QByteArray block;
     bool more = true;
-    while (more && !m_unloading) {
+    while (more && !m_unloading && isCurrentLoad(load)) {
         block.resize(blockSize);
         const qint64 got = source.read(block.data(), blockSize);
         if (got < 0) {
@@ -111,13 +118,14 @@ bool frmForm1::readSource(QFile& source, const std::function<bool(QByteArrayView
             break;
         block.resize(got);
         more = feed(block);
-        if (sinceRepaint.elapsed() >= repaintMilliseconds) {
+        if (sinceRepaint.elapsed() >= m_repaintMilliseconds) {
             appendRows();
             DoEvents();
             sinceRepaint.restart();
         }
     }
-    appendRows();
+    if (isCurrentLoad(load))
+        appendRows();
     return true;
 }
 
@@ -127,7 +135,7 @@ void frmForm1::reportReadError(const QString& path, const QString& reason) {
 }
 
 void frmForm1::mnuSelectFavorites_Click() {
-    if (m_loading)
+    if (loading())
         return;
     setStatus(QStringLiteral("  Please open a file first."));
     if (SourceFileName.isEmpty())
@@ -147,7 +155,7 @@ void frmForm1::mnuSelectFavorites_Click() {
     if (!openSource(source))
         return;
     setStatus(QStringLiteral("Reading...."), StatusColours::yellow());
-    beginLoad();
+    const quint64 load = beginLoad();
 
     FavoritesScanner scanner;
     auto appendRows = [this, &scanner] {
@@ -161,7 +169,10 @@ void frmForm1::mnuSelectFavorites_Click() {
         Grid1->gridModel()->appendRows(rows);
     };
     const bool readFailed = !readSource(
-        source, [&scanner](QByteArrayView bytes) { return scanner.feed(bytes); }, appendRows);
+        load, source, [&scanner](QByteArrayView bytes) { return scanner.feed(bytes); }, appendRows);
+    // A cancelled load leaves everything to the command that cancelled it.
+    if (!isCurrentLoad(load))
+        return;
     if (scanner.hasHeader())
         HeaderText = scanner.header();
     const QString readError = source.errorString();
@@ -179,7 +190,7 @@ void frmForm1::mnuSelectFavorites_Click() {
 }
 
 void frmForm1::mnuSelectTracks_Click() {
-    if (m_loading)
+    if (loading())
         return;
     setStatus(QStringLiteral("  Please open a file first."));
     if (SourceFileName.isEmpty())
@@ -213,7 +224,7 @@ void frmForm1::mnuSelectTracks_Click() {
     setStatus(QStringLiteral("Reading...."), StatusColours::yellow());
     LoadStartTime = timeOfDay();
     HeaderText.clear();
-    beginLoad();
+    const quint64 load = beginLoad();
 
     TracksScanner scanner(&scratch);
     auto appendRows = [this, &scanner] {
@@ -229,7 +240,11 @@ void frmForm1::mnuSelectTracks_Click() {
         Grid1->gridModel()->appendRows(rows);
     };
     const bool readFailed = !readSource(
-        source, [&scanner](QByteArrayView bytes) { return scanner.feed(bytes); }, appendRows);
+        load, source, [&scanner](QByteArrayView bytes) { return scanner.feed(bytes); }, appendRows);
+    // A cancelled load leaves everything to the command that cancelled it, and its scratch
+    // file is dropped.
+    if (!isCurrentLoad(load))
+        return;
     if (scanner.hasHeader())
         HeaderText = scanner.header();
     InHeader = !scanner.hasHeader();
@@ -276,7 +291,7 @@ void frmForm1::mnuUnselectAllItems_Click() {
 }
 
 void frmForm1::mnuExport_Click() {
-    if (m_loading)
+    if (loading())
         return;
     if (SourceFileName.isEmpty()) {
         Dialogs::MsgBox(this, QStringLiteral("Select a GPX file."));
@@ -340,7 +355,7 @@ void frmForm1::mnuExport_Click() {
 }
 
 void frmForm1::mnuSaveFavorites_Click() {
-    if (m_loading)
+    if (loading())
         return;
     if (SourceFileName.isEmpty()) {
         Dialogs::MsgBox(this, QStringLiteral("Select a GPX file."));
@@ -365,7 +380,7 @@ void frmForm1::mnuSaveFavorites_Click() {
 }
 
 void frmForm1::mnuMarkNewFavorites_Click() {
-    if (m_loading)
+    if (loading())
         return;
     lstList1->clear();
     setStatus(QStringLiteral("Marking New Favorites."), StatusColours::yellow());

@@ -1,7 +1,10 @@
 #include "dialogs/Dialogs.h"
 
+#include <QGuiApplication>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QScreen>
+#include <QTimer>
 
 namespace {
 
@@ -15,6 +18,21 @@ Dialogs::InputHandler& inputHandler() {
     return handler;
 }
 
+// A box without a shown window to sit on (at start-up) is centred on the screen once it has
+// its final size, which a message box only knows when it is shown.
+void centreWithoutOwner(QDialog& box, QWidget* parent) {
+    if (parent && parent->isVisible())
+        return;
+    QTimer::singleShot(0, &box, [&box] {
+        const QScreen* screen = box.screen() ? box.screen() : QGuiApplication::primaryScreen();
+        if (!screen)
+            return;
+        QRect frame = box.frameGeometry();
+        frame.moveCenter(screen->availableGeometry().center());
+        box.move(frame.topLeft());
+    });
+}
+
 } // namespace
 
 namespace Dialogs {
@@ -26,6 +44,7 @@ void MsgBox(QWidget* parent, const QString& text) {
     }
     QMessageBox box(QMessageBox::NoIcon, QStringLiteral("Tarnwick"), text, QMessageBox::Ok, parent);
     box.setObjectName(QStringLiteral("MsgBox"));
+    centreWithoutOwner(box, parent);
     box.exec();
 }
 
@@ -38,6 +57,7 @@ QString InputBox(QWidget* parent, const QString& prompt, const QString& title,
     box.setWindowTitle(title);
     box.setLabelText(prompt);
     box.setTextValue(defaultAnswer);
+    centreWithoutOwner(box, parent);
     if (box.exec() != QDialog::Accepted)
         return {};
     return box.textValue();
