@@ -3,6 +3,9 @@
 
 #include "app/frmForm1.h"
 
+#include "app/DirListBox.h"
+#include "app/DriveListBox.h"
+#include "app/FileListBox.h"
 #include "app/StatusColours.h"
 #include "dialogs/Dialogs.h"
 #include "export/ExportWriter.h"
@@ -70,6 +73,11 @@ void frmForm1::cancelLoad() {
 void frmForm1::prepareGrid(bool tracks) {
     Grid1->setRows(0);
     Grid1->show();
+    // The grid covers the file lists; hidden, they can't choose another source by keyboard
+    // under a grid whose rows Export would still write.
+    Drive1->hide();
+    Dir1->hide();
+    File1->hide();
     Grid1->AddItem(QStringLiteral(" "));
     if (tracks) {
         Grid1->setTextMatrix(0, 1, QStringLiteral("TRACK NAME"));

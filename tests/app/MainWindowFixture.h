@@ -70,6 +70,7 @@ public:
         FileListBox* list = window->File1;
         const QList<QListWidgetItem*> found = list->findItems(name, Qt::MatchExactly);
         QVERIFY2(found.size() == 1, qPrintable(name));
+        list->scrollToItem(found.first());
         const QRect rect = list->visualItemRect(found.first());
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, rect.center());
     }
