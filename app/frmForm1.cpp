@@ -30,8 +30,10 @@ const QColor paleCyan(192, 255, 255);
 const QColor paleYellow(255, 255, 128);
 const QString separatorCaption = QStringLiteral("------------------");
 
-// Places a control at a position given in twips.
+// Places a control at a position given in twips. The position is kept as the control's
+// "twips" property, the design that any other size of the window is worked out from.
 void place(QWidget* widget, int left, int top, int width, int height) {
+    widget->setProperty("twips", QRect(left, top, width, height));
     widget->setGeometry(left / twipsPerPixel, top / twipsPerPixel, width / twipsPerPixel,
                         height / twipsPerPixel);
 }

@@ -23,11 +23,11 @@ public:
     MainWindowFixture() {
         qputenv("HOME", home.path().toLocal8Bit());
         Dialogs::setMessageHandler([this](const QString& text) { messages.append(text); });
-        Dialogs::setInputHandler([this](const QString& prompt, const QString& title,
-                                        const QString& defaultAnswer) {
-            prompts.append(prompt + QLatin1Char('|') + title + QLatin1Char('|') + defaultAnswer);
-            return answers.isEmpty() ? QString() : answers.takeFirst();
-        });
+        Dialogs::setInputHandler(
+            [this](const QString& prompt, const QString& title, const QString& answer) {
+                prompts.append(prompt + QLatin1Char('|') + title + QLatin1Char('|') + answer);
+                return answers.isEmpty() ? QString() : answers.takeFirst();
+            });
     }
     ~MainWindowFixture() {
         window.reset();
@@ -46,15 +46,25 @@ public:
 
     static void writeFile(const QString& path, const QByteArray& bytes) {
         QFile file(path);
-        QVERIFY2(file.open(QIODevice::WriteOnly), qPrintable(path));
-        QCOMPARE(file.write(bytes), bytes.size());
+        QVERIFY2(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size(),
+                 qPrintable(path));
     }
 
     static QByteArray readFile(const QString& path) {
         QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        return file.readAll();
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    // The rows of a tab-separated table in tests/data; lines starting with '#' are comments.
+    static QList<QStringList> dataRows(const char* name) {
+        QList<QStringList> rows;
+        for (const QByteArray& line :
+             readFile(TARNWICK_TEST_DATA "/" + QString::fromLatin1(name)).split('\n'))
+            if (!line.isEmpty() && !line.startsWith('#'))
+                rows.append(QString::fromUtf8(line).split(QLatin1Char('\t')));
+        if (rows.isEmpty())
+            qFatal("test data %s is missing", name);
+        return rows;
     }
 
     frmForm1& start() {
@@ -65,22 +75,17 @@ public:
         return *window;
     }
 
-    // Clicks a name in the file list as the user would.
+    // Clicks a name in the file list, or a cell of the item grid, as the user would.
     void clickFile(const QString& name) {
-        FileListBox* list = window->File1;
-        const QList<QListWidgetItem*> found = list->findItems(name, Qt::MatchExactly);
+        const QList<QListWidgetItem*> found = window->File1->findItems(name, Qt::MatchExactly);
         QVERIFY2(found.size() == 1, qPrintable(name));
-        list->scrollToItem(found.first());
-        const QRect rect = list->visualItemRect(found.first());
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, rect.center());
+        window->File1->scrollToItem(found.first());
+        const QRect rect = window->File1->visualItemRect(found.first());
+        QTest::mouseClick(window->File1->viewport(), Qt::LeftButton, {}, rect.center());
     }
-
-    // Clicks a cell of the item grid.
     void clickGrid(int row, int col = 1) {
-        FlexGrid* grid = window->Grid1;
-        const QRect rect = grid->visualRect(grid->gridModel()->index(row, col));
-        QVERIFY2(rect.isValid(), "the cell is not on screen");
-        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, rect.center());
+        const QRect rect = window->Grid1->visualRect(window->Grid1->gridModel()->index(row, col));
+        QTest::mouseClick(window->Grid1->viewport(), Qt::LeftButton, {}, rect.center());
     }
 
     // Puts a source file into a folder, opens the lists on it and clicks it.
@@ -91,8 +96,7 @@ public:
         clickFile(name);
     }
 
-    // The usual start: a first run that creates «Nuvi_1», with bytes chosen as the CURRENT.GPX
-    // in its folder.
+    // A first run that creates «Nuvi_1», with bytes chosen as the CURRENT.GPX in its folder.
     frmForm1& startWithSource(const QByteArray& bytes) {
         answers = {QStringLiteral("Nuvi_1")};
         frmForm1& w = start();

@@ -56,10 +56,8 @@ private slots:
     void fileListMatchesPatternWithoutRegardToCase_data();
     void fileListMatchesPatternWithoutRegardToCase();
     void fileListClickAndKeysChooseAName();
-    void fileListShowsCorpusGpxFiles();
     void folderListShowsBranchThenSubFolders();
     void openingAFolderChangesPathOnce();
-    void listsKeepUpWithThousandsOfEntries();
     void setDriveEmitsChangeOnlyForAnotherVolume();
     void garminVolumeOpensOnItsGpxFolder();
     void unreadableDriveKeepsThePreviousOne();
@@ -128,16 +126,6 @@ void ListsTest::fileListClickAndKeysChooseAName() {
     list.setPath(dir.path() + "/unplugged");
     QCOMPARE(list.count(), 0);
 }
-void ListsTest::fileListShowsCorpusGpxFiles() {
-    const QDir corpus(QStringLiteral(TARNWICK_CORPUS));
-    if (!corpus.exists())
-        QSKIP("the shared GPX corpus is not present");
-    FileListBox list;
-    list.setPattern("*.GPX");
-    list.setPath(corpus.path());
-    QCOMPARE(texts(list).size(), corpus.entryList({"*.gpx"}, QDir::Files).size());
-    QVERIFY(list.count() > 0);
-}
 void ListsTest::folderListShowsBranchThenSubFolders() {
     QTemporaryDir dir;
     for (const char* name : {"b", "A", "c", ".hidden"})
@@ -181,20 +169,6 @@ void ListsTest::openingAFolderChangesPathOnce() {
     for (const QString& same : {dir.path(), dir.path() + "/", dir.path() + "/A/.."})
         list.setPath(same);
     QCOMPARE(seen, (QStringList{dir.path() + "/A", dir.path()}));
-}
-
-void ListsTest::listsKeepUpWithThousandsOfEntries() {
-    QTemporaryDir dir;
-    constexpr int entries = 3000;
-    for (int i = 0; i < entries; ++i) {
-        QVERIFY(QDir(dir.path()).mkdir(QStringLiteral("f%1").arg(i)));
-        touch(dir.path() + QStringLiteral("/n%1.gpx").arg(i));
-    }
-    DirListBox folders;
-    folders.setPath(dir.path());
-    FileListBox files;
-    files.setPath(dir.path());
-    QCOMPARE(folders.subFolders().size() + files.count(), 2 * entries);
 }
 
 void ListsTest::setDriveEmitsChangeOnlyForAnotherVolume() {

@@ -1,0 +1,331 @@
+// The main window's fixed design as data (controls, menus, the states the start-up leaves,
+// device names), and the device choice by mouse and keyboard.
+
+#include "MainWindowFixture.h"
+
+#include "app/StatusColours.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScreen>
+#include <QTimer>
+
+namespace {
+
+// The items whose state the commands change; the others are always usable.
+const QStringList switchedItems = {
+    "mnuOpen",           "mnuCopyNuvi",         "mnuSelections",
+    "mnuExport",         "mnuSaveFavorites",    "mnuMarkNewFavorites",
+    "mnuSelectAllItems", "mnuUnselectAllItems", "mnuSymbolTableSelections",
+    "mnuSwitchDevice"};
+const QStringList screens = {"txtStatus", "Drive1",    "Dir1",  "File1",     "Grid1",
+                             "lblDevice", "lstDevice", "btnOK", "btnCANCEL", "copyright"};
+
+QStringList enabledItems(const frmForm1& w) {
+    QStringList on;
+    for (const QString& name : switchedItems) {
+        const QMenu* menu = w.findChild<QMenu*>(name);
+        if (menu ? menu->isEnabled() : w.findChild<QAction*>(name)->isEnabled())
+            on.append(name);
+    }
+    return on;
+}
+
+QStringList shownControls(const frmForm1& w) {
+    QStringList shown;
+    for (const QString& name : screens) {
+        if (w.findChild<QWidget*>(name)->isVisible())
+            shown.append(name);
+    }
+    return shown;
+}
+
+QStringList deviceList(const frmForm1& w) {
+    QStringList names;
+    for (int row = 0; row < w.lstDevice->count(); ++row)
+        names.append(w.lstDevice->item(row)->text());
+    return names;
+}
+
+} // namespace
+
+class WindowTest : public QObject {
+    Q_OBJECT
+private slots:
+    void controlsKeepTheirDesign();
+    void menusKeepTheirDesign();
+    void startUpLeavesTheDesignedState_data();
+    void startUpLeavesTheDesignedState();
+    void deviceNamesAreCleanedOrRefused_data();
+    void deviceNamesAreCleanedOrRefused();
+    void deviceMadeAfterADeclinedStartIsTaken();
+    void deviceChoiceFollowsMouseAndKeyboard();
+    void messageBoxBeforeTheWindowIsCentred();
+    void copyrightAndAboutBox();
+};
+
+void WindowTest::controlsKeepTheirDesign() {
+    MainWindowFixture f;
+    f.makeDevices({QStringLiteral("Nuvi_1")});
+    frmForm1& w = f.start();
+    QCOMPARE(w.objectName(), QStringLiteral("frmForm1"));
+    for (const QStringList& row : MainWindowFixture::dataRows("app_controls.tsv")) {
+        auto* control = w.findChild<QWidget*>(row[0]);
+        QVERIFY2(control, qPrintable(row[0]));
+        const QRect twips(row[1].toInt(), row[2].toInt(), row[3].toInt(), row[4].toInt());
+        const QRect pixels(twips.topLeft() / 15, twips.size() / 15);
+        if (control->property("twips").isValid())
+            QCOMPARE(control->property("twips").toRect(), twips);
+        QCOMPARE(control->size(), pixels.size());
+        if (control != w.centralWidget())
+            QCOMPARE(control->pos(), pixels.topLeft());
+        if (row[5] != QLatin1String("-")) {
+            const QStringList rgb = row[5].split(QLatin1Char(','));
+            const QColor colour(rgb[0].toInt(), rgb[1].toInt(), rgb[2].toInt());
+            const QPalette::ColorRole role =
+                qobject_cast<FlexGrid*>(control) ? QPalette::Base : QPalette::Window;
+            QCOMPARE(control->palette().color(role), colour);
+        }
+        if (row[6] != QLatin1String("-"))
+            QCOMPARE(control->font().pointSizeF(), row[6].toDouble());
+        if (row[7] != QLatin1String("-"))
+            QCOMPARE(control->font().bold(), row[7] == QLatin1String("1"));
+        if (row[8] != QLatin1String("-"))
+            QCOMPARE(control->property("text").toString(), row[8]);
+    }
+    QCOMPARE(w.lblDevice->palette().color(QPalette::WindowText), QColor(Qt::black));
+    QCOMPARE(w.Grid1->Cols(), 4);
+    QCOMPARE(w.Grid2->Cols(), 2);
+    QCOMPARE(w.File1->Pattern(), QStringLiteral("*.GPX"));
+}
+
+void WindowTest::menusKeepTheirDesign() {
+    MainWindowFixture f;
+    f.makeDevices({QStringLiteral("Nuvi_1")});
+    frmForm1& w = f.start();
+    QList<QAction*> top = w.menuBar()->actions();
+    QList<QAction*> items;
+    for (const QStringList& row : MainWindowFixture::dataRows("app_menu.tsv")) {
+        const bool item = row[0].isEmpty();
+        const QStringList cells = item ? row.mid(1) : row;
+        QAction* action = nullptr;
+        if (item) {
+            QVERIFY2(!items.isEmpty(), qPrintable(cells[0]));
+            action = items.takeFirst();
+        } else {
+            QVERIFY2(!top.isEmpty(), qPrintable(cells[0]));
+            action = top.takeFirst();
+            QMenu* menu = action->menu();
+            items = menu ? menu->actions() : QList<QAction*>();
+            if (menu)
+                QCOMPARE(menu->objectName(), cells[0]);
+        }
+        QVERIFY2(action->objectName() == cells[0] || action->menu(), qPrintable(cells[0]));
+        QCOMPARE(action->text(), cells[1]);
+        QCOMPARE(action->isCheckable(), cells[2] != QLatin1String("-"));
+        QCOMPARE(action->isChecked(), cells[2] == QLatin1String("1"));
+        QVERIFY2(action->shortcut().isEmpty(), qPrintable(cells[0]));
+    }
+    QVERIFY(top.isEmpty() && items.isEmpty());
+}
+
+void WindowTest::startUpLeavesTheDesignedState_data() {
+    QTest::addColumn<QStringList>("devices");
+    QTest::addColumn<QString>("answer");
+    QTest::addColumn<QString>("caption");
+    QTest::addColumn<QStringList>("shown");
+    QTest::addColumn<QStringList>("enabled");
+    QTest::addColumn<QStringList>("listed");
+    const QStringList lists = {"txtStatus", "Drive1", "File1", "Dir1", "copyright"};
+    QTest::newRow("first run, named") << QStringList() << "Nuvi_1"
+                                      << "Tarnwick - Device = Nuvi_1" << lists
+                                      << QStringList{"mnuSymbolTableSelections"} << QStringList();
+    QTest::newRow("first run, declined")
+        << QStringList() << ""
+        << "Tarnwick" << QStringList{"copyright"} << QStringList() << QStringList();
+    QTest::newRow("one folder made by hand")
+        << QStringList{"Hand made"} << ""
+        << "Tarnwick - Device = Hand made" << lists << QStringList{"mnuSymbolTableSelections"}
+        << QStringList();
+    QTest::newRow("several, in natural order")
+        << QStringList{"Work", "Nuvi_10", "Nuvi_2", "nuvi_1", ".stfolder"} << ""
+        << "Tarnwick" << QStringList{"lblDevice", "lstDevice", "btnOK", "btnCANCEL", "copyright"}
+        << QStringList() << QStringList{"nuvi_1", "Nuvi_2", "Nuvi_10", "Work"};
+}
+
+void WindowTest::startUpLeavesTheDesignedState() {
+    QFETCH(QStringList, devices);
+    QFETCH(QString, answer);
+    QFETCH(QString, caption);
+    QFETCH(QStringList, shown);
+    QFETCH(QStringList, enabled);
+    QFETCH(QStringList, listed);
+    MainWindowFixture f;
+    f.makeDevices(devices);
+    f.answers = {answer};
+    frmForm1& w = f.start();
+    QVERIFY(QFileInfo(f.root()).isDir());
+    QCOMPARE(f.prompts.size(), devices.isEmpty() ? 1 : 0);
+    if (!f.prompts.isEmpty())
+        QCOMPARE(f.prompts.first(),
+                 QStringLiteral("Enter new device name|CREATE NEW DEVICE FOLDER|Nuvi_1"));
+    QCOMPARE(w.windowTitle(), caption);
+    QStringList visible = shownControls(w);
+    visible.sort();
+    shown.sort();
+    QCOMPARE(visible, shown);
+    QCOMPARE(enabledItems(w), enabled);
+    QCOMPARE(deviceList(w), listed);
+    QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
+    QCOMPARE(w.txtStatus->palette().color(QPalette::Base), StatusColours::yellow());
+    if (!answer.isEmpty())
+        QCOMPARE(QFileInfo(f.device(answer) + QStringLiteral("/symtable.txt")).size(), 1984);
+    if (w.File1->isVisible())
+        QCOMPARE(w.CurrentFolder, f.device(caption.mid(20)));
+    QVERIFY(f.messages.isEmpty());
+
+    // CANCEL before any device is taken ends the program; otherwise OK takes one.
+    if (!listed.isEmpty()) {
+        w.lstDevice->setCurrentRow(1);
+        QCOMPARE(w.lblDevice->text(), listed[1]);
+        w.btnCANCEL->click();
+        QVERIFY(w.programEnded());
+    }
+}
+
+void WindowTest::deviceNamesAreCleanedOrRefused_data() {
+    QTest::addColumn<QString>("answer");
+    QTest::addColumn<QString>("folder"); // made, or empty
+    QTest::addColumn<QString>("message");
+    const QString none =
+        QStringLiteral("A device name needs letters or digits; \"%1\" has none, so "
+                       "no device was created.");
+    const QString exists =
+        QStringLiteral("The device Nuvi_1 exists already; it was left as it is.");
+    QTest::newRow("offered name") << "Nuvi_2"
+                                  << "Nuvi_2"
+                                  << "";
+    QTest::newRow("odd characters dropped") << "My Nuvi #2!"
+                                            << "My Nuvi 2"
+                                            << "";
+    QTest::newRow("apostrophe, hyphen") << "O'Brien's-unit_3"
+                                        << "O'Brien's-unit_3"
+                                        << "";
+    QTest::newRow("spaces around trimmed") << "  Car  "
+                                           << "Car"
+                                           << "";
+    QTest::newRow("cancelled") << ""
+                               << ""
+                               << "";
+    QTest::newRow("nothing kept") << "***"
+                                  << "" << none.arg("***");
+    QTest::newRow("spaces only") << "   "
+                                 << "" << none.arg("   ");
+    QTest::newRow("punctuation only") << "'-'"
+                                      << "" << none.arg("'-'");
+    QTest::newRow("same name, other case") << "NUVI_1"
+                                           << "" << exists;
+    QTest::newRow("same name after trimming") << " Nuvi_1 "
+                                              << "" << exists;
+}
+
+void WindowTest::deviceNamesAreCleanedOrRefused() {
+    QFETCH(QString, answer);
+    QFETCH(QString, folder);
+    QFETCH(QString, message);
+    MainWindowFixture f;
+    f.makeDevices({QStringLiteral("Nuvi_1")});
+    frmForm1& w = f.start();
+    QSet<QString> after = {QStringLiteral("Nuvi_1")};
+    f.answers = {answer};
+    w.mnuCreateNewUser->trigger();
+    QCOMPARE(f.messages, message.isEmpty() ? QStringList() : QStringList{message});
+    if (!folder.isEmpty())
+        after.insert(folder);
+    const QStringList made = QDir(f.root()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    QCOMPARE(QSet<QString>(made.begin(), made.end()), after);
+    if (!folder.isEmpty()) {
+        QCOMPARE(QFileInfo(f.device(folder) + QStringLiteral("/symtable.txt")).size(), 1984);
+        QVERIFY(w.mnuSwitchDevice->isEnabled());
+        QCOMPARE(w.windowTitle(), QStringLiteral("Tarnwick - Device = Nuvi_1"));
+    }
+}
+
+void WindowTest::deviceMadeAfterADeclinedStartIsTaken() {
+    MainWindowFixture f;
+    frmForm1& w = f.start();
+    QCOMPARE(w.windowTitle(), QStringLiteral("Tarnwick"));
+    f.answers = {QStringLiteral("Nuvi_1")};
+    w.mnuCreateNewUser->trigger();
+    QCOMPARE(w.windowTitle(), QStringLiteral("Tarnwick - Device = Nuvi_1"));
+    QCOMPARE(enabledItems(w), QStringList{"mnuSymbolTableSelections"});
+    QVERIFY(w.File1->isVisible());
+    QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
+    f.writeFile(f.device(QStringLiteral("Nuvi_1")) + QStringLiteral("/CURRENT.GPX"), "<gpx>");
+    w.mnuOpen_Click();
+    f.clickFile(QStringLiteral("CURRENT.GPX"));
+    QVERIFY(w.mnuOpen->isEnabled() && w.mnuSelections->isEnabled());
+}
+
+void WindowTest::deviceChoiceFollowsMouseAndKeyboard() {
+    MainWindowFixture f;
+    f.makeDevices({QStringLiteral("Nuvi_1"), QStringLiteral("Nuvi_2"), QStringLiteral("Work")});
+    frmForm1& w = f.start();
+    w.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&w));
+    // The first arrow key selects the first name; the heading follows each change.
+    QTest::keyClick(w.lstDevice, Qt::Key_Down);
+    QCOMPARE(w.lblDevice->text(), QStringLiteral("Nuvi_1"));
+    QTest::keyClick(w.lstDevice, Qt::Key_Down);
+    QCOMPARE(w.lblDevice->text(), QStringLiteral("Nuvi_2"));
+    const QRect second = w.lstDevice->visualItemRect(w.lstDevice->item(1));
+    QTest::mouseClick(w.lstDevice->viewport(), Qt::LeftButton, Qt::ControlModifier,
+                      second.center());
+    QCOMPARE(w.lblDevice->text(), QStringLiteral("SELECT DEVICE"));
+    w.btnOK->click();
+    QCOMPARE(f.messages.size(), 1);
+    QVERIFY(w.lstDevice->isVisible());
+    // A double click takes the device at once.
+    const QRect third = w.lstDevice->visualItemRect(w.lstDevice->item(2));
+    QTest::mouseClick(w.lstDevice->viewport(), Qt::LeftButton, {}, third.center());
+    QTest::mouseDClick(w.lstDevice->viewport(), Qt::LeftButton, {}, third.center());
+    QCOMPARE(w.windowTitle(), QStringLiteral("Tarnwick - Device = Work"));
+    QCOMPARE(w.DeviceFolder, f.device(QStringLiteral("Work")));
+    QCOMPARE(w.txtStatus->text(), QDir::toNativeSeparators(f.device(QStringLiteral("Work"))));
+    QVERIFY(w.File1->isVisible() && !w.lstDevice->isVisible());
+}
+
+void WindowTest::messageBoxBeforeTheWindowIsCentred() {
+    Dialogs::setMessageHandler({});
+    QRect box;
+    QTimer::singleShot(200, [&box] {
+        if (QWidget* shown = QApplication::activeModalWidget()) {
+            box = shown->frameGeometry();
+            shown->close();
+        }
+    });
+    Dialogs::MsgBox(nullptr, QStringLiteral("A message long enough to make the box wide."));
+    const QPoint centre = QGuiApplication::primaryScreen()->availableGeometry().center();
+    QVERIFY2((box.center() - centre).manhattanLength() <= 4,
+             qPrintable(QStringLiteral("%1,%2").arg(box.x()).arg(box.y())));
+}
+
+void WindowTest::copyrightAndAboutBox() {
+    MainWindowFixture f;
+    f.makeDevices({QStringLiteral("Nuvi_1")});
+    frmForm1& w = f.start();
+    const QString notice = w.copyright->text();
+    QCOMPARE(notice.at(10), QChar(169));
+    QVERIFY(w.copyright->fontMetrics().horizontalAdvance(notice) <=
+            w.copyright->contentsRect().width());
+    w.mnuAbout->trigger();
+    QCOMPARE(f.messages, QStringList{QStringLiteral("Tarnwick.\r\n\r\n") + notice +
+                                     QStringLiteral("\r\n\r\nCompiled 08/05/2010")});
+}
+
+QTEST_MAIN(WindowTest)
+#include "tst_window.moc"
