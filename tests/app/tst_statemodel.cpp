@@ -24,9 +24,14 @@ namespace {
 // clang-format off
 enum Cmd { Open, ClickFile, Copy, LoadFav, LoadTrk, LoadMidway, ClickRow, SelectAll, MarkNew,
            Save, Export, Switch, Pick, KeyDown, Unpick, Ok, Cancel, Create, Reload, CmdCount };
-const QStringList cmdNames = {"Open", "ClickFile", "Copy", "LoadFavorites", "LoadTracks",
-    "LoadMidway", "ClickRow", "SelectAll", "MarkNew", "Save", "Export", "Switch", "Pick",
-    "KeyDown", "Unpick", "OK", "CANCEL", "Create", "Reload"};
+// Each command's name, and the control or item that must be usable for it.
+const char* const cmds[][2] = {{"Open", "mnuOpen"}, {"ClickFile", "File1"},
+    {"Copy", "mnuCopyNuvi"}, {"LoadFavorites", "mnuSelections"}, {"LoadTracks", "mnuSelections"},
+    {"LoadMidway", "mnuSelections"}, {"ClickRow", "Grid1"}, {"SelectAll", "mnuSelectAllItems"},
+    {"MarkNew", "mnuMarkNewFavorites"}, {"Save", "mnuSaveFavorites"}, {"Export", "mnuExport"},
+    {"Switch", "mnuSwitchDevice"}, {"Pick", "lstDevice"}, {"KeyDown", "lstDevice"},
+    {"Unpick", "lstDevice"}, {"OK", "lstDevice"}, {"CANCEL", "lstDevice"}, {"Create", ""},
+    {"Reload", ""}};
 // clang-format on
 const QStringList held = {"mnuSelectTracks", "mnuSelectFavorites", "mnuExport", "mnuSaveFavorites",
                           "mnuMarkNewFavorites"};
@@ -41,7 +46,7 @@ struct Step {
 QString describe(const QList<Step>& steps) {
     QStringList out;
     for (const Step& s : steps)
-        out.append(QStringLiteral("%1(%2)").arg(cmdNames[s.cmd]).arg(s.arg) +
+        out.append(QStringLiteral("%1(%2)").arg(QLatin1String(cmds[s.cmd][0])).arg(s.arg) +
                    (s.inner.isEmpty() ? QString() : "[" + describe(s.inner) + "]"));
     return out.join(QStringLiteral(", "));
 }
@@ -123,43 +128,10 @@ private:
         return on.contains(name) && !(loading && held.contains(name));
     }
 
+    // Loads, creating a device and reloading the table wait while a load runs.
     bool available(Cmd c) const {
-        switch (c) {
-        case Open:
-            return has("mnuOpen");
-        case ClickFile:
-            return has("File1");
-        case Copy:
-            return has("mnuCopyNuvi");
-        case LoadFav:
-        case LoadTrk:
-        case LoadMidway:
-            return has("mnuSelections") && usable("mnuSelectTracks");
-        case ClickRow:
-            return has("Grid1");
-        case SelectAll:
-            return has("mnuSelectAllItems");
-        case MarkNew:
-            return usable("mnuMarkNewFavorites");
-        case Save:
-            return usable("mnuSaveFavorites");
-        case Export:
-            return usable("mnuExport");
-        case Switch:
-            return has("mnuSwitchDevice");
-        case Pick:
-        case KeyDown:
-        case Unpick:
-        case Ok:
-        case Cancel:
-            return has("lstDevice");
-        case Create:
-        case Reload:
-            return !loading;
-        case CmdCount:
-            break;
-        }
-        return false;
+        const bool waits = !*cmds[c][1] || (c >= LoadFav && c <= LoadMidway);
+        return (!*cmds[c][1] || usable(QLatin1String(cmds[c][1]))) && !(waits && loading);
     }
 
     void addSources(const QString& name) {

@@ -134,33 +134,21 @@ void WindowTest::menusKeepTheirDesign() {
 }
 
 void WindowTest::startUpLeavesTheDesignedState_data() {
-    QTest::addColumn<QStringList>("devices");
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<QString>("caption");
-    QTest::addColumn<QStringList>("shown");
-    QTest::addColumn<QStringList>("enabled");
-    QTest::addColumn<QStringList>("listed");
-    const QStringList lists = {"txtStatus", "Drive1", "File1", "Dir1", "copyright"};
-    QTest::newRow("first run, named") << QStringList() << "Nuvi_1"
-                                      << "Tarnwick - Device = Nuvi_1" << lists
-                                      << QStringList{"mnuSymbolTableSelections"} << QStringList();
-    QTest::newRow("first run, declined")
-        << QStringList() << ""
-        << "Tarnwick" << QStringList{"copyright"} << QStringList() << QStringList();
-    QTest::newRow("one folder made by hand")
-        << QStringList{"Hand made"} << ""
-        << "Tarnwick - Device = Hand made" << lists << QStringList{"mnuSymbolTableSelections"}
-        << QStringList();
-    QTest::newRow("several, in natural order")
-        << QStringList{"Work", "Nuvi_10", "Nuvi_2", "nuvi_1", ".stfolder"} << ""
-        << "Tarnwick" << QStringList{"lblDevice", "lstDevice", "btnOK", "btnCANCEL", "copyright"}
-        << QStringList() << QStringList{"nuvi_1", "Nuvi_2", "Nuvi_10", "Work"};
+    for (const char* column : {"devices", "answers", "captions", "shown", "enabled", "listed"})
+        QTest::addColumn<QStringList>(column);
+    for (const QStringList& row : MainWindowFixture::dataRows("app_startup.tsv")) {
+        QTestData& data = QTest::newRow(qPrintable(row[0]));
+        for (int i = 1; i <= 6; ++i)
+            data << row.value(i).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    }
 }
 
 void WindowTest::startUpLeavesTheDesignedState() {
     QFETCH(QStringList, devices);
-    QFETCH(QString, answer);
-    QFETCH(QString, caption);
+    QFETCH(QStringList, answers);
+    QFETCH(QStringList, captions);
+    const QString answer = answers.value(0);
+    const QString caption = captions.value(0);
     QFETCH(QStringList, shown);
     QFETCH(QStringList, enabled);
     QFETCH(QStringList, listed);
@@ -198,39 +186,10 @@ void WindowTest::startUpLeavesTheDesignedState() {
 }
 
 void WindowTest::deviceNamesAreCleanedOrRefused_data() {
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<QString>("folder"); // made, or empty
-    QTest::addColumn<QString>("message");
-    const QString none =
-        QStringLiteral("A device name needs letters or digits; \"%1\" has none, so "
-                       "no device was created.");
-    const QString exists =
-        QStringLiteral("The device Nuvi_1 exists already; it was left as it is.");
-    QTest::newRow("offered name") << "Nuvi_2"
-                                  << "Nuvi_2"
-                                  << "";
-    QTest::newRow("odd characters dropped") << "My Nuvi #2!"
-                                            << "My Nuvi 2"
-                                            << "";
-    QTest::newRow("apostrophe, hyphen") << "O'Brien's-unit_3"
-                                        << "O'Brien's-unit_3"
-                                        << "";
-    QTest::newRow("spaces around trimmed") << "  Car  "
-                                           << "Car"
-                                           << "";
-    QTest::newRow("cancelled") << ""
-                               << ""
-                               << "";
-    QTest::newRow("nothing kept") << "***"
-                                  << "" << none.arg("***");
-    QTest::newRow("spaces only") << "   "
-                                 << "" << none.arg("   ");
-    QTest::newRow("punctuation only") << "'-'"
-                                      << "" << none.arg("'-'");
-    QTest::newRow("same name, other case") << "NUVI_1"
-                                           << "" << exists;
-    QTest::newRow("same name after trimming") << " Nuvi_1 "
-                                              << "" << exists;
+    for (const char* column : {"answer", "folder", "message"})
+        QTest::addColumn<QString>(column);
+    for (const QStringList& row : MainWindowFixture::dataRows("app_device_names.tsv"))
+        QTest::newRow(qPrintable(row[0])) << row.value(1) << row.value(2) << row.value(3);
 }
 
 void WindowTest::deviceNamesAreCleanedOrRefused() {
