@@ -1,25 +1,39 @@
-// The code page every file passes through, and the two text helpers that name exports and
-// decode the names and symbols of loaded items.
+// The code page every file passes through, the text helpers that name exports and decode loaded
+// names, the copyright notice and the reason given for a failed write.
+
+#include "FileSizeLimit.h"
 
 #include "text/CodePage.h"
+#include "text/Copyright.h"
 #include "text/TextHelpers.h"
+#include "text/WriteError.h"
 
+#include <QFile>
 #include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <cstring>
 
 namespace {
 
-// The decoder done the long way, one leftmost replacement of each reference per pass until a
-// pass replaces nothing; slow, but the reference for the real one.
+// The lines of a data file that are not comments, split at TABs.
+QList<QStringList> dataRows(const char* name) {
+    QFile file(QStringLiteral(TARNWICK_TEST_DATA "/") + QLatin1String(name));
+    QList<QStringList> rows;
+    if (file.open(QIODevice::ReadOnly | QIODevice::Text))
+        for (const QString& line : QString::fromUtf8(file.readAll()).split(u'\n'))
+            if (!line.isEmpty() && !line.startsWith(u'#'))
+                rows.append(line.split(u'\t'));
+    return rows;
+}
+
+// The decoder done the long way: the leftmost reference replaced until none is left.
 QString decodeByPasses(QString text) {
-    for (qsizetype amp = 0, apos = 0; amp >= 0 || apos >= 0;) {
-        amp = text.indexOf(QLatin1String("&amp;"));
-        if (amp >= 0)
-            text.replace(amp, 5, QLatin1Char('&'));
-        apos = text.indexOf(QLatin1String("&apos;"));
-        if (apos >= 0)
-            text.replace(apos, 6, QLatin1Char('\''));
-    }
+    static const QRegularExpression reference(QStringLiteral("&(amp|apos);"));
+    for (QRegularExpressionMatch m; (m = reference.match(text)).hasMatch();)
+        text.replace(m.capturedStart(), m.capturedLength(), m.captured(1) == "amp" ? "&" : "'");
     return text;
 }
 
@@ -28,115 +42,103 @@ QString decodeByPasses(QString text) {
 class TextHelpersTest : public QObject {
     Q_OBJECT
 private slots:
-    void everyByteValueRoundTrips() {
+    void everyByteHasItsCharacterAndComesBack() {
+        const QList<QStringList> table = dataRows("text_cp1252.txt");
+        QCOMPARE(table.size(), 256);
         QByteArray bytes;
-        for (int b = 0; b < 256; ++b)
-            bytes.append(char(b));
-        const QString text = CodePage::toUnicode(bytes.repeated(300));
-        QCOMPARE(text.size(), 256 * 300);
-        QCOMPARE(CodePage::fromUnicode(text), bytes.repeated(300));
-        for (int b = 0; b < 256; ++b) {
-            QCOMPARE(CodePage::toChar(uchar(b)), text[b]);
-            QVERIFY(CodePage::canEncode(text[b]));
-            QCOMPARE(CodePage::toByte(text[b]), uchar(b));
+        QString text;
+        for (const QStringList& row : table) {
+            const uchar byte = uchar(row[0].toUInt(nullptr, 16));
+            const QChar ch(char16_t(row[1].toUInt(nullptr, 16)));
+            QCOMPARE(byte, uchar(bytes.size()));
+            bytes.append(char(byte));
+            text.append(ch);
+            QCOMPARE(CodePage::toChar(byte), ch);
+            QVERIFY(CodePage::canEncode(ch));
+            QCOMPARE(CodePage::toByte(ch), byte);
         }
-    }
-
-    void bytesMapToCharacters_data() {
-        QTest::addColumn<int>("byte");
-        QTest::addColumn<int>("character");
-        QTest::newRow("euro sign") << 0x80 << 0x20AC;
-        QTest::newRow("Y diaeresis") << 0x9F << 0x0178;
-        QTest::newRow("e acute") << 0xE9 << 0xE9;
-        // The five bytes Windows-1252 leaves undefined stand for the control characters.
-        for (const int undefined : {0x81, 0x8D, 0x8F, 0x90, 0x9D})
-            QTest::addRow("undefined 0x%X", undefined) << undefined << undefined;
-    }
-
-    void bytesMapToCharacters() {
-        QFETCH(int, byte);
-        QFETCH(int, character);
-        QCOMPARE(CodePage::toUnicode(QByteArray(1, char(byte))), QString(QChar(character)));
-        QCOMPARE(CodePage::fromUnicode(QString(QChar(character))), QByteArray(1, char(byte)));
-    }
-
-    void charactersOutsideTheCodePageBecomeQuestionMarks() {
-        // U+0080 is not a character of the code page: byte 0x80 is the euro sign.
-        QVERIFY(!CodePage::canEncode(QChar(0x0080)));
+        QCOMPARE(CodePage::toUnicode(bytes.repeated(300)), text.repeated(300));
+        QCOMPARE(CodePage::fromUnicode(text.repeated(300)), bytes.repeated(300));
+        // U+0080 has no byte: 0x80 is the euro sign.
+        for (const char16_t ch : {u'\u0080', u'\u009F', u'\u0100', u'\u4E2D', u'\uFFFD'}) {
+            QVERIFY(!CodePage::canEncode(QChar(ch)));
+            QCOMPARE(CodePage::toByte(QChar(ch)), uchar('?'));
+        }
         QCOMPARE(CodePage::fromUnicode(u"a\u0080b\u4E2D\u20AC"), QByteArray("a?b?\x80"));
     }
 
-    void cleanNameKeepsOnlySafeCharacters_data() {
+    void textRules_data() {
+        QTest::addColumn<QString>("function");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("expected");
-        const auto add = [](const char* row, const QString& text, const QString& expected) {
-            QTest::newRow(row) << text << expected;
-        };
-        add("empty", "", "");
-        add("nothing passes", "***", "");
-        add("device name", "Nuvi_1", "Nuvi_1");
-        add("accent and hash", "Joe's Café #2", "Joe's Caf 2");
-        add("path", "C:\\GPX\\a.b", "CGPXab");
-        add("slash and dots", "../etc/passwd", "etcpasswd");
-        add("space runs and dashes kept", "  a - b__c  ", "  a - b__c  ");
-        add("tabs and line breaks dropped", "a\tb\r\nc", "abc");
-        add("range ends", "09AZaz/:@[`{", "09AZaz");
-        add("letters beyond Z", "üßÆ Ω", " ");
-        add("ampersand", "A & B", "A  B");
-        add("longer than 65,535", QString("Ab-9 é/").repeated(10000),
-            QString("Ab-9 ").repeated(10000));
+        for (QStringList row : dataRows("text_rules.tsv")) {
+            for (QString& cell : row)
+                cell.replace("\\t", "\t").replace("\\r", "\r").replace("\\n", "\n");
+            QTest::addRow("%s «%s»", qPrintable(row[0]), qPrintable(row[1]))
+                << row[0] << row[1] << row[2];
+        }
+        const QString x(70000, u'x');
+        QTest::newRow("clean, long") << "clean" << QString("Ab-9 é/").repeated(10000)
+                                     << QString("Ab-9 ").repeated(10000);
+        QTest::newRow("decode, long") << "decode" << x + "&amp;amp;" + x << x + "&" + x;
+        QTest::newRow("decode, long chain") << "decode" << "&" + QString("amp;").repeated(25000)
+                                            << "&";
     }
 
+    void textRules() {
+        QFETCH(QString, function);
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        if (function == "copyright")
+            QCOMPARE(Copyright::notice(), expected);
+        else if (function == "clean")
+            QCOMPARE(CleanName(text), expected);
+        else
+            QCOMPARE(DecodeXmlEntities(text), expected);
+    }
+
+    // Every UTF-16 code unit alone: only ASCII letters, digits, '-', ' ', '_' and '\'' stay.
     void cleanNameKeepsOnlySafeCharacters() {
-        QFETCH(QString, text);
-        QFETCH(QString, expected);
-        QCOMPARE(CleanName(text), expected);
+        const QString safe = QStringLiteral("0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                            "abcdefghijklmnopqrstuvwxyz- _'");
+        for (int c = 0; c < 0x10000; ++c) {
+            const QString one{QChar(char16_t(c))};
+            QCOMPARE(CleanName(one), safe.contains(one) ? one : QString());
+        }
     }
 
-    void decodeXmlEntities_data() {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
-        const auto add = [](const char* row, const QString& text, const QString& expected) {
-            QTest::newRow(row) << text << expected;
-        };
-        add("empty", "", "");
-        add("both references", "Joe&apos;s Bar &amp; Grill", "Joe's Bar & Grill");
-        add("at the start, repeated", "&apos;x&apos;", "'x'");
-        add("adjacent", "&amp;&amp;", "&&");
-        add("nested amp", "&amp;amp;", "&");
-        add("nested apos", "&amp;apos;", "'");
-        add("deeply nested", "&amp;amp;amp;amp;apos;", "'");
-        add("other references stay", "a &lt; b &gt; &quot;&#38;", "a &lt; b &gt; &quot;&#38;");
-        add("case matters", "&AMP;&Apos;", "&AMP;&Apos;");
-        add("incomplete", "&amp &apos &am;p;", "&amp &apos &am;p;");
-        add("ampersand before reference", "&&amp;amp;", "&&");
-        const QString x = QString(100000, 'x');
-        add("longer than 65,535, repeated", QString("&amp;").repeated(20000), QString(20000, '&'));
-        add("longer than 65,535, nested", "&" + QString("amp;").repeated(25000), "&");
-        add("longer than 65,535, reference at the end", x + "&apos;", x + "'");
-    }
-
-    void decodeXmlEntities() {
-        QFETCH(QString, text);
-        QFETCH(QString, expected);
-        QCOMPARE(DecodeXmlEntities(text), expected);
-        if (text.size() < 100) // the reference decoder itself
-            QCOMPARE(decodeByPasses(text), expected);
-    }
-
-    void decodeXmlEntitiesAgreesWithRepeatedPasses() {
-        // Random texts over the letters of both references, where replacements form new ones.
-        static const char16_t letters[] = u"&amposx;";
+    // Random texts over the letters of both references, where replacements form new ones.
+    void decodingAgreesWithRepeatedPasses() {
         QRandomGenerator random(20100805);
         for (int round = 0; round < 20000; ++round) {
             QString text;
             for (int i = random.bounded(24); i > 0; --i)
-                text.append(QChar(letters[random.bounded(8)]));
-            const QString expected = decodeByPasses(text);
-            if (DecodeXmlEntities(text) != expected)
-                QFAIL(qPrintable(QStringLiteral("«%1» gives «%2», expected «%3»")
-                                     .arg(text, DecodeXmlEntities(text), expected)));
+                text.append(QChar(u"&amposx;"[random.bounded(8)]));
+            if (DecodeXmlEntities(text) != decodeByPasses(text))
+                QFAIL(qPrintable(text));
         }
+    }
+
+    // Qt says "Unknown error" when a full disk stops a write part way; the reason comes from
+    // the file system then. A reason Qt knows is kept.
+    void writeErrorGivesTheReason() {
+        QTemporaryDir dir;
+        QFile file(dir.filePath("x"));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        QCOMPARE(writeErrorOf(file), QFile().errorString());
+        {
+            FileSizeLimit full(10);
+            QVERIFY(full.active());
+            QVERIFY(file.write(QByteArray(100, 'x')) < 100);
+            QCOMPARE(writeErrorOf(file), QString::fromLocal8Bit(std::strerror(EFBIG)));
+        }
+        file.close();
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.write("x"), -1);
+        QCOMPARE(writeErrorOf(file), QString::fromLocal8Bit(std::strerror(EBADF)));
+        QVERIFY(!file.resize(0));
+        QCOMPARE(writeErrorOf(file), file.errorString());
+        QVERIFY(file.errorString() != QString::fromLocal8Bit(std::strerror(EBADF)));
     }
 };
 
