@@ -78,11 +78,11 @@ private slots:
                 << row[0] << row[1] << row[2];
         }
         const QString x(70000, u'x');
-        QTest::newRow("clean, long") << "clean" << QString("Ab-9 é/").repeated(10000)
-                                     << QString("Ab-9 ").repeated(10000);
+        QTest::newRow("clean, long")
+            << "clean" << QString("Ab-9 é/").repeated(10000) << QString("Ab-9 ").repeated(10000);
         QTest::newRow("decode, long") << "decode" << x + "&amp;amp;" + x << x + "&" + x;
-        QTest::newRow("decode, long chain") << "decode" << "&" + QString("amp;").repeated(25000)
-                                            << "&";
+        QTest::newRow("decode, long chain") << "decode"
+                                            << "&" + QString("amp;").repeated(25000) << "&";
     }
 
     void textRules() {
