@@ -13,18 +13,18 @@
 
 namespace {
 
+// A list of names in a table: every name ends with '/'.
 QStringList names(const QString& cell) {
-    QStringList list = cell.split(u'/');
-    list.removeLast();
-    return list;
+    return cell.isEmpty() ? QStringList() : cell.chopped(1).split(u'/');
 }
 
-// A grid of favorites with these marks ("-" for none) and names, and codes made from the names.
-void fill(FlexGridModel& grid, const QStringList& names, const QString& marks) {
+// Item rows of these marks ('-' for none), names and codes (by default made from the names).
+void fill(FlexGridModel& grid, const QString& marks, const QStringList& names,
+          const QStringList& codes = {}) {
     QList<QStringList> rows;
     for (int i = 0; i < names.size(); ++i)
-        rows.append({marks[i] == u'-' ? " " : QString(marks[i]), names[i],
-                     "<wpt><name>" + names[i] + "</name></wpt> ", "--- NONE ---"});
+        rows.append({marks.mid(i, 1).replace(u'-', u' '), names[i],
+                     codes.value(i, "<wpt><name>" + names[i] + "</name></wpt> "), ""});
     grid.setRows(1);
     grid.appendRows(rows);
 }
@@ -32,13 +32,15 @@ void fill(FlexGridModel& grid, const QStringList& names, const QString& marks) {
 QString marksOf(const FlexGridModel& grid) {
     QString marks;
     for (int row = 1; row < grid.Rows(); ++row)
-        marks += grid.TextMatrix(row, 0) == " " ? "-" : grid.TextMatrix(row, 0);
+        marks += QString(grid.TextMatrix(row, 0)).replace(u' ', u'-');
     return marks;
 }
 
-bool writeBytes(const QString& path, const QByteArray& bytes) {
+QByteArray bytesOf(const QString& path, const QByteArray& write = {}) {
     QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    if (!file.open(write.isNull() ? QIODevice::ReadOnly : QIODevice::WriteOnly))
+        return {};
+    return write.isNull() ? file.readAll() : QByteArray::number(file.write(write));
 }
 
 } // namespace
@@ -51,38 +53,29 @@ class FavoritesHistoryTest : public QObject {
 private slots:
     void historyFileIsFoundInAnyCase() {
         QCOMPARE(favoritesPathIn(m_dir.path()), m_path);
-        QVERIFY(QDir(m_dir.path()).mkdir("favorites.txt.d") &&
-                writeBytes(m_dir.filePath("Fav.txt"), ""));
-        QVERIFY(writeBytes(m_dir.filePath("Favorites.txt"), "a\tb\r\n"));
+        QVERIFY(QDir(m_dir.path()).mkdir("favorites.txt.d"));
+        bytesOf(m_dir.filePath("Fav.txt"), "x") + bytesOf(m_dir.filePath("Favorites.txt"), "x");
         QCOMPARE(favoritesPathIn(m_dir.path()), m_dir.filePath("Favorites.txt"));
         QVERIFY(QFile::remove(m_dir.filePath("Favorites.txt")));
     }
 
-    // Every item row, marked or not, as name TAB code CR LF in Windows-1252, over the earlier
-    // file; only the name that holds a TAB is new after the save, as it is read back cut.
-    void saveWritesEveryRow() {
-        QByteArray all;
-        for (int b = 0; b < 256; ++b)
-            all.append(char(b));
+    // Every item row, marked or not, replaces the earlier file; then only the name holding a
+    // TAB is new, as it is read back up to the TAB.
+    void saveWritesEveryRowInTheCodePage() {
+        QString marks;
+        QStringList names;
+        QStringList codes;
+        for (const QStringList& row : testRows("favorites_rules.tsv", "grid")) {
+            marks += row[0];
+            names.append(CodePage::toUnicode(row[1].toLatin1()));
+            codes.append(CodePage::toUnicode(row[2].toLatin1()));
+        }
         FlexGridModel grid(4);
-        fill(grid, {"Home", "", "Tab\there", "Home"}, "X-X-");
-        grid.appendRows({{" ", CodePage::toUnicode(all.mid(128)), CodePage::toUnicode(all), "x"}});
-        QVERIFY(writeBytes(m_path, "earlier content that is longer than nothing\r\n"));
+        fill(grid, marks, names, codes);
+        bytesOf(m_path, "an earlier history that is longer than nothing at all\r\n");
         QCOMPARE(saveFavorites(m_path, grid), QString());
-        QFile file(m_path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(),
-                 "Home\t<wpt><name>Home</name></wpt> \r\n\t<wpt><name></name></wpt> \r\n"
-                 "Tab\there\t<wpt><name>Tab\there</name></wpt> \r\n"
-                 "Home\t<wpt><name>Home</name></wpt> \r\n" +
-                     all.mid(128) + "\t" + all + "\r\n");
-        const SavedNames saved = readSavedNames(m_path);
-        QVERIFY(saved.opened && saved.error.isEmpty());
-        // The LF among the byte values of the last code ends a line as well.
-        QCOMPARE(saved.names,
-                 QStringList({"Home", "", "Tab", "Home", CodePage::toUnicode(all.mid(128)),
-                              CodePage::toUnicode(all.mid(11))}));
-        ::markNewFavorites(grid, saved.names);
+        QCOMPARE(bytesOf(m_path), bytesOf(TARNWICK_TEST_DATA "/favorites_saved.txt"));
+        ::markNewFavorites(grid, readSavedNames(m_path).names);
         QCOMPARE(marksOf(grid), "--X--");
     }
 
@@ -92,17 +85,17 @@ private slots:
         for (int i = 0; i < 30000; ++i)
             many.append(QStringLiteral("Favorite number %1").arg(i));
         FlexGridModel grid(4);
-        fill(grid, many, QString(many.size(), u'X'));
+        fill(grid, QString(many.size(), u'X'), many);
         QCOMPARE(saveFavorites(m_path, grid), QString());
         QCOMPARE(readSavedNames(m_path).names, many);
         fill(grid, {}, {});
         QCOMPARE(saveFavorites(m_path, grid), QString());
-        QCOMPARE(QFileInfo(m_path).size(), 0);
+        QCOMPARE(bytesOf(m_path), QByteArray());
     }
 
     void savedNames() {
         for (const QStringList& row : testRows("favorites_rules.tsv", "saved")) {
-            QVERIFY(writeBytes(m_path, row[0].toLatin1()));
+            bytesOf(m_path, row[0].toLatin1());
             const SavedNames saved = readSavedNames(m_path);
             QVERIFY(saved.opened && saved.error.isEmpty());
             QCOMPARE(saved.names, names(row[1]));
@@ -114,7 +107,7 @@ private slots:
     void markNewFavorites() {
         for (const QStringList& row : testRows("favorites_rules.tsv", "mark")) {
             FlexGridModel grid(4);
-            fill(grid, names(row[1]), row[2]);
+            fill(grid, row[2], names(row[1]));
             ::markNewFavorites(grid, names(row[0]));
             QCOMPARE(marksOf(grid), row[3]);
             QCOMPARE(grid.TextMatrix(0, 0), QString());
