@@ -5,7 +5,6 @@
 
 #include "favorites/FavoritesHistory.h"
 #include "items/FlexGridModel.h"
-#include "text/CodePage.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -18,13 +17,10 @@ QStringList names(const QString& cell) {
     return cell.isEmpty() ? QStringList() : cell.chopped(1).split(u'/');
 }
 
-// Item rows of these marks ('-' for none), names and codes (by default made from the names).
-void fill(FlexGridModel& grid, const QString& marks, const QStringList& names,
-          const QStringList& codes = {}) {
-    QList<QStringList> rows;
-    for (int i = 0; i < names.size(); ++i)
-        rows.append({marks.mid(i, 1).replace(u'-', u' '), names[i],
-                     codes.value(i, "<wpt><name>" + names[i] + "</name></wpt> "), ""});
+// Item rows of a mark ('-' for none), a name and a code each.
+void fill(FlexGridModel& grid, QList<QStringList> rows) {
+    for (QStringList& row : rows)
+        row[0].replace(u'-', u' ');
     grid.setRows(1);
     grid.appendRows(rows);
 }
@@ -62,16 +58,8 @@ private slots:
     // Every item row, marked or not, replaces the earlier file; then only the name holding a
     // TAB is new, as it is read back up to the TAB.
     void saveWritesEveryRowInTheCodePage() {
-        QString marks;
-        QStringList names;
-        QStringList codes;
-        for (const QStringList& row : testRows("favorites_rules.tsv", "grid")) {
-            marks += row[0];
-            names.append(CodePage::toUnicode(row[1].toLatin1()));
-            codes.append(CodePage::toUnicode(row[2].toLatin1()));
-        }
         FlexGridModel grid(4);
-        fill(grid, marks, names, codes);
+        fill(grid, testRows("favorites_rules.tsv", "grid"));
         bytesOf(m_path, "an earlier history that is longer than nothing at all\r\n");
         QCOMPARE(saveFavorites(m_path, grid), QString());
         QCOMPARE(bytesOf(m_path), bytesOf(TARNWICK_TEST_DATA "/favorites_saved.txt"));
@@ -82,13 +70,17 @@ private slots:
     // Far more than the blocks the file is written and read in, lines straddling them.
     void longHistoryComesBackWhole() {
         QStringList many;
-        for (int i = 0; i < 30000; ++i)
+        QList<QStringList> rows;
+        for (int i = 0; i < 30000; ++i) {
             many.append(QStringLiteral("Favorite number %1").arg(i));
+            rows.append(
+                {"X", many.constLast(), "<wpt><name>" + many.constLast() + "</name></wpt>"});
+        }
         FlexGridModel grid(4);
-        fill(grid, QString(many.size(), u'X'), many);
+        fill(grid, rows);
         QCOMPARE(saveFavorites(m_path, grid), QString());
         QCOMPARE(readSavedNames(m_path).names, many);
-        fill(grid, {}, {});
+        fill(grid, {});
         QCOMPARE(saveFavorites(m_path, grid), QString());
         QCOMPARE(bytesOf(m_path), QByteArray());
     }
@@ -106,8 +98,11 @@ private slots:
 
     void markNewFavorites() {
         for (const QStringList& row : testRows("favorites_rules.tsv", "mark")) {
+            QList<QStringList> rows;
+            for (const QString& name : names(row[1]))
+                rows.append({row[2].mid(rows.size(), 1), name});
             FlexGridModel grid(4);
-            fill(grid, row[2], names(row[1]));
+            fill(grid, rows);
             ::markNewFavorites(grid, names(row[0]));
             QCOMPARE(marksOf(grid), row[3]);
             QCOMPARE(grid.TextMatrix(0, 0), QString());
