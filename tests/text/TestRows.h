@@ -1,26 +1,22 @@
 #pragma once
 
 // The rows of a table in tests/data: cells split by a TAB, '#' lines are notes, "%XX" stands for
-// U+00XX (a TAB, a line end or, through toLatin1, any byte). With a kind, its rows less it.
+// the byte XX (a TAB, a line end, a byte of a UTF-8 character). With a kind, its rows less it.
 
+#include <QByteArrayList>
 #include <QFile>
-#include <QRegularExpression>
-#include <QStringList>
 
-inline QList<QStringList> testRows(const char* name, const QString& kind = {}) {
-    static const QRegularExpression escape(QStringLiteral("%([0-9A-F]{2})"));
+inline QList<QByteArrayList> testRows(const char* name, const QByteArray& kind = {}) {
     QFile file(QStringLiteral(TARNWICK_TEST_DATA "/") + QLatin1String(name));
-    QList<QStringList> rows;
-    for (const QString& line :
-         QString::fromUtf8(file.open(QIODevice::ReadOnly) ? file.readAll() : "").split(u'\n')) {
-        QStringList cells = line.split(u'\t');
-        if (line.isEmpty() || line.startsWith(u'#') ||
+    QList<QByteArrayList> rows;
+    for (const QByteArray& line :
+         (file.open(QIODevice::ReadOnly) ? file.readAll() : "").split('\n')) {
+        QByteArrayList cells = line.split('\t');
+        if (line.isEmpty() || line.startsWith('#') ||
             (!kind.isEmpty() && cells.takeFirst() != kind))
             continue;
-        for (QString& cell : cells)
-            for (auto m = escape.match(cell); m.hasMatch();
-                 m = escape.match(cell, m.capturedStart() + 1))
-                cell.replace(m.capturedStart(), 3, QChar(m.captured(1).toUShort(nullptr, 16)));
+        for (QByteArray& cell : cells)
+            cell = QByteArray::fromPercentEncoding(cell);
         rows.append(cells);
     }
     return rows;

@@ -20,7 +20,7 @@ private slots:
     void everyByteHasItsCharacterAndComesBack() {
         QByteArray bytes;
         QString text;
-        for (const QStringList& row : testRows("text_cp1252.txt")) {
+        for (const QByteArrayList& row : testRows("text_cp1252.txt")) {
             bytes.append(char(row[0].toUInt(nullptr, 16)));
             text.append(QChar(char16_t(row[1].toUInt(nullptr, 16))));
         }
@@ -38,14 +38,16 @@ private slots:
     }
 
     void textRules() {
-        const QString x(70000, u'x');
-        QList<QStringList> rows = testRows("text_rules.tsv");
+        const QByteArray x(70000, 'x');
+        QList<QByteArrayList> rows = testRows("text_rules.tsv");
         rows.append({"decode", x + "&amp;amp;" + x, x + "&" + x});
-        for (const QStringList& row : rows) {
+        for (const QByteArrayList& row : rows) {
+            const QString text = QString::fromUtf8(row[1]);
             const QString got = row[0] == "copyright" ? Copyright::notice()
-                                : row[0] == "clean"   ? CleanName(row[1])
-                                                      : DecodeXmlEntities(row[1]);
-            QVERIFY2(got == row[2], qPrintable(row.join(" | ") + " gives " + got));
+                                : row[0] == "clean"   ? CleanName(text)
+                                                      : DecodeXmlEntities(text);
+            QVERIFY2(got == QString::fromUtf8(row[2]),
+                     qPrintable(row.join(" | ") + " gives " + got));
         }
     }
 
