@@ -108,15 +108,6 @@ private slots:
                  "it is not there any more (was the unit unplugged?)");
     }
 
-    void copyNames() {
-        for (const QByteArrayList& row : testRows("workspace_rules.tsv", "name")) {
-            const QDateTime at = QDateTime::fromString(row[0], Qt::ISODate);
-            QCOMPARE(row[1] == "1" ? DatedCopy::copyName(at)
-                                   : DatedCopy::copyName(at, row[1].toInt()),
-                     QString(row[2]));
-        }
-    }
-
     // A copy from Windows with its name in other letters counts as the same name; a copy of
     // different bytes takes the next free name of the minute, and the earlier copy stays. The
     // copy gets the permissions any new file of the user gets.
