@@ -59,11 +59,16 @@ private slots:
     }
 
     void savedNames() {
-        for (const QByteArrayList& row : testRows("favorites_rules.tsv", "saved")) {
+        QList<QByteArrayList> rows = testRows("favorites_rules.tsv", "saved");
+        rows.append(QByteArrayList{"", ""}); // lines straddling the blocks the file is read in
+        for (int i = 0; i < 9000; ++i) {
+            rows.last()[0] += QByteArray::number(i * 7919) + "\t<wpt/>\r\n";
+            rows.last()[1] += QByteArray::number(i * 7919) + '/';
+        }
+        for (const QByteArrayList& row : rows) {
             bytesOf(m_path, row[0]);
             const SavedNames saved = readSavedNames(m_path);
-            QVERIFY(saved.opened && saved.error.isEmpty());
-            QCOMPARE(saved.names, names(row[1]));
+            QVERIFY(saved.opened && saved.error.isEmpty() && saved.names == names(row[1]));
         }
         QVERIFY(!readSavedNames(m_dir.filePath("gone")).opened);
     }

@@ -17,9 +17,11 @@
 
 namespace {
 
-bool writeBytes(const QString& path, const QByteArray& bytes) {
+QByteArray bytesOf(const QString& path, const QByteArray& write = {}) {
     QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    if (!file.open(write.isNull() ? QIODevice::ReadOnly : QIODevice::WriteOnly))
+        return {};
+    return write.isNull() ? file.readAll() : QByteArray::number(file.write(write));
 }
 
 DatedCopy::Result copy(QByteArray bytes, const QString& folder) {
@@ -48,7 +50,7 @@ private slots:
         for (const char* name :
              {"", "", "/Nuvi_10", "/nuvi_2", "/.stfolder", "/.x", "/Garmin", "/garmin"})
             Workspace::MakeFolder(root + name);
-        QVERIFY(writeBytes(root + "/notes.txt", "x") && !QFileInfo::exists(root + "/no"));
+        QVERIFY(bytesOf(root + "/notes.txt", "x") == "1" && !QFileInfo::exists(root + "/no"));
         QCOMPARE(Workspace::deviceNames(), QStringList({"Garmin", "garmin", "nuvi_2", "Nuvi_10"}));
         for (const QByteArrayList& row : testRows("workspace_rules.tsv", "find"))
             QCOMPARE(Workspace::findEntry(root, row[0]), root + '/' + row[1]);
@@ -68,9 +70,6 @@ private slots:
         QStringList names(order.crbegin(), order.crend());
         NameOrder::sortNaturally(names);
         QCOMPARE(names, order);
-        names = QStringList{"b.gpx", "B.gpx", "a10.gpx", "A2.gpx", "a.gpx"};
-        NameOrder::sortNames(names);
-        QCOMPARE(names, QStringList({"a.gpx", "a10.gpx", "A2.gpx", "B.gpx", "b.gpx"}));
     }
 
     void volumesOnOffer() {
@@ -91,23 +90,21 @@ private slots:
         QTemporaryDir unit;
         const QString garmin = unit.path() + "/GARMIN";
         QVERIFY(QDir(unit.path()).mkpath("GARMIN/gpx"));
-        QVERIFY(QFile::copy(TARNWICK_TEST_DATA "/workspace_GarminDevice.xml",
-                            garmin + "/garmindevice.XML"));
+        QFile device(garmin + "/garmindevice.XML"); // a unit's file is at most 4 MiB
+        QVERIFY(QFile::copy(TARNWICK_TEST_DATA "/workspace_GarminDevice.xml", device.fileName()));
         const Volume volume = volumeAt(unit.path(), "GARMIN");
         QCOMPARE(volume.label + volume.gpxFolder, "GARMIN (" + unit.path() + ")" + garmin + "/gpx");
         QCOMPARE(volume.garminModel, QStringLiteral("nüvi 200W"));
-        QVERIFY(QDir(garmin).rmdir("gpx") && writeBytes(garmin + "/gpx", "a file"));
-        QVERIFY(volumeAt(unit.path(), "GARMIN").gpxFolder.isEmpty());
-        QCOMPARE(volumeAt(garmin + "/gpx", "").label, garmin + "/gpx");
+        QVERIFY(device.resize((4 << 20) + 1) && volumeAt(unit.path(), "").garminModel.isEmpty());
         QCOMPARE(unreadableReason(unit.path()), QString());
-        QCOMPARE(unreadableReason(garmin + "/gpx"), "it is not a folder");
+        QCOMPARE(unreadableReason(device.fileName()), "it is not a folder");
         QCOMPARE(unreadableReason(garmin + "/gone"),
                  "it is not there any more (was the unit unplugged?)");
     }
 
     // A copy from Windows with its name in other letters counts as the same name; a copy of
     // different bytes takes the next free name of the minute, and the earlier copy stays. The
-    // copy gets the permissions any new file of the user gets.
+    // copy gets the permissions any new file gets: rw-r----- under the umask 027.
     void copiesOfOneMinute() {
         QByteArray bytes;
         for (int b = 0; b < 256 * 1100; ++b) // more than one block of the copy
@@ -118,19 +115,17 @@ private slots:
             QByteArray earlier = row[0] == "empty" ? "" : bytes.chopped(row[0] == "one byte short");
             if (row[0] == "one byte off")
                 earlier[200000] = 'x';
-            QVERIFY(row[0] == "none" || writeBytes(dir.filePath(earlierName), earlier));
+            QVERIFY(row[0] == "none" ||
+                    bytesOf(dir.filePath(earlierName), earlier).toInt() == earlier.size());
             const mode_t oldMask = ::umask(027);
             const DatedCopy::Result result = copy(bytes, dir.path());
             ::umask(oldMask);
             QCOMPARE(result.path, dir.filePath(row[1]));
             QVERIFY(result.error.isEmpty() && result.existed == (row[1] == earlierName));
-            QFile file(result.path);
-            QVERIFY(file.open(QIODevice::ReadOnly) && file.readAll() == bytes);
-            QVERIFY(result.existed || (file.permissions() & 0x7077) == 0x6040); // rw-r-----
+            QCOMPARE(bytesOf(result.path), bytes);
+            QVERIFY(result.existed || (QFile(result.path).permissions() & 0x7077) == 0x6040);
             QCOMPARE(copy("other", dir.path()).path, dir.filePath(row[2]));
-            QFile kept(dir.filePath(earlierName));
-            QVERIFY(row[0] == "none" ||
-                    (kept.open(QIODevice::ReadOnly) && kept.readAll() == earlier));
+            QVERIFY(row[0] == "none" || bytesOf(dir.filePath(earlierName)) == earlier);
             QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(),
                      QSet<QString>({earlierName, row[1], row[2]}).size() - (row[0] == "none"));
         }
