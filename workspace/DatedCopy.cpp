@@ -8,6 +8,10 @@
 #include <QFileInfo>
 #include <QTemporaryFile>
 
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#endif
+
 namespace {
 
 constexpr qint64 blockSize = 256 * 1024;
@@ -68,6 +72,13 @@ Result copyInto(QIODevice& source, const QString& folder, const QDateTime& when)
         result.error = writeErrorOf(copy);
         return result;
     }
+#ifdef Q_OS_UNIX
+    // A temporary file is made for its owner alone; the copy is a file like every other the
+    // program writes, so it gets what the umask leaves of read and write for everyone.
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    ::fchmod(copy.handle(), 0666 & ~mask);
+#endif
 
     for (int n = 1;; ++n) {
         const QString name = n == 1 ? copyName(when) : copyName(when, n);

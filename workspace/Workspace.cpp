@@ -39,6 +39,9 @@ QString displayPath(const QString& path) {
 QStringList deviceNames() {
     QStringList names =
         QDir(rootPath()).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden);
+    // A folder whose name begins with a dot belongs to some tool (a file-sync tool's
+    // ".stfolder"), not to a unit.
+    names.removeIf([](const QString& name) { return name.startsWith(QLatin1Char('.')); });
     NameOrder::sortNaturally(names);
     return names;
 }

@@ -15,8 +15,8 @@ QString displayRoot();
 // A folder path shown the way the user knows it: the home folder as "~".
 QString displayPath(const QString& path);
 
-// The device names: every sub-folder of the root, by name without regard to case, runs of
-// digits in numeric order ("Nuvi_2" before "Nuvi_10").
+// The device names: every sub-folder of the root whose name does not begin with a dot, by name
+// without regard to case, runs of digits in numeric order ("Nuvi_2" before "Nuvi_10").
 QStringList deviceNames();
 
 // The entry of a folder whose name equals the name without regard to case, as a full path;

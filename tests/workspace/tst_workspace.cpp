@@ -1,0 +1,136 @@
+// The workspace and its device folders, their order, the volumes and the dated copies.
+
+#include "text/TestRows.h"
+
+#include "workspace/DatedCopy.h"
+#include "workspace/NameOrder.h"
+#include "workspace/Volumes.h"
+#include "workspace/Workspace.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+
+namespace {
+
+QByteArray bytesOf(const QString& path, const QByteArray& write = {}) {
+    QFile file(path);
+    if (!file.open(write.isNull() ? QIODevice::ReadOnly : QIODevice::WriteOnly))
+        return {};
+    return write.isNull() ? file.readAll() : QByteArray::number(file.write(write));
+}
+
+DatedCopy::Result copy(QByteArray bytes, const QString& folder) {
+    QBuffer source(&bytes);
+    source.open(QIODevice::ReadOnly);
+    return DatedCopy::copyInto(source, folder, QDateTime(QDate(2011, 3, 2), QTime(9, 5, 41)));
+}
+
+} // namespace
+
+class WorkspaceTest : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_home;
+
+private slots:
+    void initTestCase() { qputenv("HOME", QFile::encodeName(m_home.path())); }
+
+    // Every folder of the root is a device except hidden ones, such as a sync tool's.
+    void devicesAreTheFoldersOfTheRootUnderHome() {
+        const QString root = m_home.path() + "/GPX";
+        QCOMPARE(Workspace::rootPath(), root);
+        QCOMPARE(Workspace::displayRoot(), "~/GPX");
+        QCOMPARE(Workspace::displayPath(root + "/Nuvi") + Workspace::displayPath(m_home.path()),
+                 "~/GPX/Nuvi~");
+        Workspace::MakeFolder(root + "/no/parent");
+        for (const char* name :
+             {"", "", "/Nuvi_10", "/nuvi_2", "/.stfolder", "/.x", "/Garmin", "/garmin"})
+            Workspace::MakeFolder(root + name);
+        QVERIFY(bytesOf(root + "/notes.txt", "x") == "1" && !QFileInfo::exists(root + "/no"));
+        QCOMPARE(Workspace::deviceNames(), QStringList({"Garmin", "garmin", "nuvi_2", "Nuvi_10"}));
+        for (const QByteArrayList& row : testRows("workspace_rules.tsv", "find"))
+            QCOMPARE(Workspace::findEntry(root, row[0]), root + '/' + row[1]);
+    }
+
+    // Every pair of names in the rules compares as their order there says.
+    void namesSortAsOwnersCountThem() {
+        QStringList order;
+        for (const QByteArrayList& row : testRows("workspace_rules.tsv", "order"))
+            order.append(QString::fromUtf8(row[0]));
+        for (int i = 0; i < order.size(); ++i)
+            for (int j = 0; j < order.size(); ++j) {
+                const int sign = NameOrder::naturalCompare(order[i], order[j]);
+                QVERIFY2((sign > 0) - (sign < 0) == (i > j) - (i < j),
+                         qPrintable(order[i] + " / " + order[j]));
+            }
+        QStringList names(order.crbegin(), order.crend());
+        NameOrder::sortNaturally(names);
+        QCOMPARE(names, order);
+    }
+
+    void volumesOnOffer() {
+        for (const QByteArrayList& row : testRows("workspace_rules.tsv", "volume"))
+            QVERIFY2(isUserVolume(row[0], row[1]) == (row[2] == "yes"), qPrintable(row[0]));
+        const QList<Volume> volumes = {
+            {"/media/anna/GARMIN", "", {}, {}}, {"/", "", {}, {}}, {"/home", "", {}, {}}};
+        for (const QByteArrayList& row : testRows("workspace_rules.tsv", "of"))
+            QCOMPARE(volumeOf(row[0], volumes).rootPath, QString(row[1]));
+        QVERIFY(volumeOf("/home", {}).rootPath.isEmpty());
+        QCOMPARE(mountedVolumes().first().rootPath + mountedRoots().first().rootPath, "//");
+        for (const QByteArrayList& row : testRows("workspace_rules.tsv", "model"))
+            QCOMPARE(garminModelFrom(row[0]), QString::fromUtf8(row[1]));
+    }
+
+    // A unit writes its folder names in any case.
+    void garminUnitOnAVolume() {
+        QTemporaryDir unit;
+        const QString garmin = unit.path() + "/GARMIN";
+        QVERIFY(QDir(unit.path()).mkpath("GARMIN/gpx"));
+        QFile device(garmin + "/garmindevice.XML"); // a unit's file is at most 4 MiB
+        QVERIFY(QFile::copy(TARNWICK_TEST_DATA "/workspace_GarminDevice.xml", device.fileName()));
+        const Volume volume = volumeAt(unit.path(), "GARMIN");
+        QCOMPARE(volume.label + volume.gpxFolder, "GARMIN (" + unit.path() + ")" + garmin + "/gpx");
+        QCOMPARE(volume.garminModel, QStringLiteral("nüvi 200W"));
+        QVERIFY(device.resize((4 << 20) + 1) && volumeAt(unit.path(), "").garminModel.isEmpty());
+        QCOMPARE(unreadableReason(unit.path()), QString());
+        QCOMPARE(unreadableReason(device.fileName()), "it is not a folder");
+        QCOMPARE(unreadableReason(garmin + "/gone"),
+                 "it is not there any more (was the unit unplugged?)");
+    }
+
+    // A copy from Windows with its name in other letters counts as the same name; a copy of
+    // different bytes takes the next free name of the minute, and the earlier copy stays. The
+    // copy gets the permissions any new file gets: rw-r----- under the umask 027.
+    void copiesOfOneMinute() {
+        QByteArray bytes;
+        for (int b = 0; b < 256 * 1100; ++b) // more than one block of the copy
+            bytes.append(char(b));
+        const QString earlierName = "2011-03-02-0905_current.gpx";
+        for (const QByteArrayList& row : testRows("workspace_rules.tsv", "copy")) {
+            QTemporaryDir dir;
+            QByteArray earlier = row[0] == "empty" ? "" : bytes.chopped(row[0] == "one byte short");
+            if (row[0] == "one byte off")
+                earlier[200000] = 'x';
+            QVERIFY(row[0] == "none" ||
+                    bytesOf(dir.filePath(earlierName), earlier).toInt() == earlier.size());
+            const mode_t oldMask = ::umask(027);
+            const DatedCopy::Result result = copy(bytes, dir.path());
+            ::umask(oldMask);
+            QCOMPARE(result.path, dir.filePath(row[1]));
+            QVERIFY(result.error.isEmpty() && result.existed == (row[1] == earlierName));
+            QCOMPARE(bytesOf(result.path), bytes);
+            QVERIFY(result.existed || (QFile(result.path).permissions() & 0x7077) == 0x6040);
+            QCOMPARE(copy("other", dir.path()).path, dir.filePath(row[2]));
+            QVERIFY(row[0] == "none" || bytesOf(dir.filePath(earlierName)) == earlier);
+            QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(),
+                     QSet<QString>({earlierName, row[1], row[2]}).size() - (row[0] == "none"));
+        }
+    }
+};
+
+QTEST_APPLESS_MAIN(WorkspaceTest)
+#include "tst_workspace.moc"
