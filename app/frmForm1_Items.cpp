@@ -231,7 +231,7 @@ void frmForm1::mnuSelectTracks_Click() {
     const QString readError = source.errorString();
     source.close();
     // A failed read leaves the earlier scratch file in place.
-    const bool written = !readFailed && finishScratch(scanner, scratch);
+    const bool written = !readFailed && scanner.finish() && commitScratch(scratch);
     const QString writeError = written || readFailed ? QString() : writeErrorOf(scratch);
     endLoad();
 

@@ -54,6 +54,6 @@ QString scratchPathIn(const QString& deviceFolder) {
     return Workspace::findEntry(deviceFolder, QStringLiteral("TEMP.TMP"));
 }
 
-bool finishScratch(TracksScanner& scanner, QSaveFile& scratch) {
-    return scanner.finish() && scratch.flush() && scratch.commit();
+bool commitScratch(QSaveFile& scratch) {
+    return scratch.flush() && scratch.commit();
 }

@@ -34,7 +34,7 @@ QList<QStringList> trackRows(const QList<TrackItem>& items);
 // The track scratch file of a device, TEMP.TMP, whatever the letter case of its name.
 QString scratchPathIn(const QString& deviceFolder);
 
-// Writes out what the scanner still holds and puts the scratch file in place of the earlier
-// one. commit() alone does not notice a failure to write out the last buffered bytes (a full
-// disk), hence the flush. False when any write failed; writeErrorOf(scratch) says why.
-bool finishScratch(TracksScanner& scanner, QSaveFile& scratch);
+// Puts the scratch file, which the tracks scanner has finished, in place of the earlier one.
+// commit() alone does not notice a failure to write out the last buffered bytes (a full disk),
+// hence the flush. False when a write failed; writeErrorOf(scratch) says why.
+bool commitScratch(QSaveFile& scratch);
