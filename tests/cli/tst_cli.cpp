@@ -64,86 +64,28 @@ private slots:
 void CliTest::subcommandsWriteWhatTheWindowWrites_data() {
     QTest::addColumn<QStringList>("entries");
     QTest::addColumn<QStringList>("arguments");
-    // The same choice made in the window, "" for none; "_" stands for a space in a name.
     QTest::addColumn<QString>("window");
     QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("message"); // a text the output holds
-    const QString saved = QStringLiteral("FAVORITES.TXT:Gosel\tx\r\n3\tx\r\nNARVA\r\n");
-
-    QTest::newRow("help") << QStringList() << QStringList{"--help"} << "" << 0 << "4  the GPX";
-    QTest::newRow("version") << QStringList() << QStringList{"-v"} << "" << 0 << "tarnwick 1.0.0";
-    QTest::newRow("copy") << QStringList() << QStringList{"copy", sample, "--device", "nuvi_1"}
-                          << "copy" << 0 << "_CURRENT.GPX";
-    QTest::newRow("list favorites") << QStringList() << QStringList{"list", sample, "--favorites"}
-                                    << "favorites" << 0 << "NARVA\tFlag, Green\n";
-    QTest::newRow("list tracks") << QStringList() << QStringList{"list", sample, "--tracks"}
-                                 << "tracks" << 0 << "ACTIVE LOG 009\n";
-    QTest::newRow("export all, symbols converted")
-        << QStringList() << QStringList{"export", sample, "--device=Nuvi_1", "--favorites", "--all"}
-        << "favorites all export" << 0 << "output/3.gpx";
-    QTest::newRow("export by name, first in the file names it, no symbols")
-        << QStringList() << QStringList{"export", sample,  "--device", "Nuvi_1", "--favorites",
-                                        "--name", "NARVA", "--name",   "Gosel",  "--no-symbols"}
-        << "nosymbols favorites mark:NARVA mark:Gosel export" << 0 << "output/Gosel.gpx";
-    QTest::newRow("export new favorites")
-        << QStringList{saved}
-        << QStringList{"export", sample, "--device", "Nuvi_1", "--favorites", "--new"}
-        << "favorites new export" << 0 << "Altenburg-Umgehung.gpx";
-    QTest::newRow("export a track by name, beside an earlier export")
-        << QStringList{"output/", "output/active log 003.GPX:earlier"}
-        << QStringList{"export",   sample,   "--device",      "Nuvi_1",
-                       "--tracks", "--name", "ACTIVE LOG 003"}
-        << "tracks mark:ACTIVE_LOG_003 export" << 0 << "ACTIVE LOG 003 1.gpx";
-    QTest::newRow("save favorites")
-        << QStringList{saved} << QStringList{"save-favorites", sample, "--device", "Nuvi_1"}
-        << "favorites save" << 0 << "FAVORITES.TXT";
-
-    QTest::newRow("no such device")
-        << QStringList() << QStringList{"copy", sample, "--device", "Nuvi_2"} << "" << 3
-        << "no device \"Nuvi_2\" in ~/GPX (devices: Nuvi_1)";
-    QTest::newRow("no such file") << QStringList() << QStringList{"list", "nowhere.gpx", "--tracks"}
-                                  << "" << 4 << "nowhere.gpx can't be opened: No such file.";
-    QTest::newRow("a folder as the file")
-        << QStringList() << QStringList{"save-favorites", TARNWICK_CORPUS, "--device", "Nuvi_1"}
-        << "" << 4 << "It is not a regular file.";
-    QTest::newRow("no track of that name keeps the scratch file")
-        << QStringList{"TEMP.TMP:earlier"}
-        << QStringList{"export", sample, "--device", "Nuvi_1", "--tracks", "--name", "Gosel"} << ""
-        << 5 << "no track named \"Gosel\"";
-    QTest::newRow("nothing new")
-        << QStringList{"FAVORITES.TXT:3\r\nAltenburg-Umgehung\r\nElsterberg\r\n"
-                       "Gosel\r\nGreiz\r\nJahnstrasse\r\nLiebknechtstrasse\r\n"
-                       "NARVA\r\nV\xc3\xb6lkerschlachtdenkmal\r\n"}
-        << QStringList{"export", sample, "--device", "Nuvi_1", "--favorites", "--new"} << "" << 5
-        << "none of the 9 favorites of the file is marked";
-    QTest::newRow("new before any save")
-        << QStringList()
-        << QStringList{"export", sample, "--device", "Nuvi_1", "--favorites", "--new"} << "" << 5
-        << "run save-favorites first";
-    QTest::newRow("output folder in the way")
-        << QStringList{"output:"}
-        << QStringList{"export", sample, "--device", "Nuvi_1", "--favorites", "--all"} << "" << 1
-        << "the export file could not be written in";
-    QTest::newRow("favorites history in the way")
-        << QStringList{"FAVORITES.TXT/"}
-        << QStringList{"save-favorites", sample, "--device", "Nuvi_1"} << "" << 1
-        << "the earlier file is unchanged";
-    QTest::newRow("both kinds") << QStringList()
-                                << QStringList{"list", sample, "--tracks", "--favorites"} << "" << 2
-                                << "either --favorites or --tracks";
-    QTest::newRow("new tracks") << QStringList() << QStringList{"export", sample,     "--device",
-                                                                "Nuvi_1", "--tracks", "--new"}
-                                << "" << 2 << "--new marks favorites";
-    QTest::newRow("two choices") << QStringList()
-                                 << QStringList{"export",   sample,  "--device", "Nuvi_1",
-                                                "--tracks", "--all", "--name",   "x"}
-                                 << "" << 2 << "one of --all, --new or --name";
-    QTest::newRow("no device given")
-        << QStringList() << QStringList{"copy", sample} << "" << 2 << "copy needs --device NAME";
-    QTest::newRow("two files") << QStringList() << QStringList{"list", sample, sample, "--tracks"}
-                               << "" << 2 << "list takes one FILE";
-    QTest::newRow("unknown option") << QStringList() << QStringList{"copy", sample, "--devise", "x"}
-                                    << "" << 2 << "Unknown option 'devise'";
+    QTest::addColumn<QString>("message");
+    QFile rows(QStringLiteral(TARNWICK_CLI_ROWS));
+    QVERIFY(rows.open(QIODevice::ReadOnly | QIODevice::Text));
+    while (!rows.atEnd()) {
+        const QString line = QString::fromUtf8(rows.readLine()).chopped(1);
+        QStringList cells = line.split(QLatin1Char('\t'));
+        for (QString& cell : cells)
+            cell.replace(QLatin1String("\\t"), QLatin1String("\t"))
+                .replace(QLatin1String("\\r"), QLatin1String("\r"))
+                .replace(QLatin1String("\\n"), QLatin1String("\n"));
+        if (line.startsWith(QLatin1Char('#')) || cells.size() < 6)
+            continue;
+        const auto list = [](const QString& cell) {
+            return cell.split(QLatin1Char('|'), Qt::SkipEmptyParts)
+                .replaceInStrings(QRegularExpression(QStringLiteral("^FILE$")), sample)
+                .replaceInStrings(QRegularExpression(QStringLiteral("^CORPUS$")), TARNWICK_CORPUS);
+        };
+        QTest::newRow(qPrintable(cells[0]))
+            << list(cells[1]) << list(cells[2]) << cells[3] << cells[4].toInt() << cells[5];
+    }
 }
 
 void CliTest::subcommandsWriteWhatTheWindowWrites() {
