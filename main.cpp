@@ -1,6 +1,8 @@
 #include "app/frmForm1.h"
+#include "cli/CommandLine.h"
 
 #include <QApplication>
+#include <QCoreApplication>
 
 #include <cstdio>
 #include <cstdlib>
@@ -23,22 +25,35 @@ bool haveDisplay() {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    // Help, version and the subcommands answer without a display, so no window system is
+    // touched for them.
+    if (CommandLine::runsWithoutWindow(argc, argv)) {
+        QCoreApplication app(argc, argv);
+        CommandLine::describeApplication();
+        return CommandLine::run(QCoreApplication::arguments());
+    }
     if (!haveDisplay()) {
         std::fputs("Tarnwick is a desktop program and needs a graphical display, but none was "
                    "found (DISPLAY and WAYLAND_DISPLAY are not set).\n"
                    "Start it from a desktop session, or without one under a virtual display:\n"
-                   "    xvfb-run -a ./build/tarnwick\n",
+                   "    xvfb-run -a ./build/tarnwick\n"
+                   "The subcommands need none: tarnwick --help lists them.\n",
                    stderr);
         return EXIT_FAILURE;
     }
     QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Tarnwick"));
+    CommandLine::describeApplication();
+    const CommandLine::WindowStart start = CommandLine::windowStart(QApplication::arguments());
+    if (start.exitStatus >= 0)
+        return start.exitStatus;
     QApplication::setDesktopFileName(QStringLiteral("tarnwick"));
     QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("tarnwick")));
 
     frmForm1 window;
     if (window.programEnded())
         return EXIT_SUCCESS;
+    if (!start.file.isEmpty())
+        window.chooseSourceFile(start.file);
     window.show();
     return app.exec();
 }

@@ -7,6 +7,7 @@
 #include "dialogs/Dialogs.h"
 #include "help/HelpWindow.h"
 #include "items/FlexGrid.h"
+#include "items/SourceLoad.h"
 #include "symbols/frmSymbolTableManagement.h"
 #include "symbols/symtable.h"
 #include "text/Copyright.h"
@@ -22,6 +23,8 @@
 #include <QListWidget>
 #include <QMenuBar>
 #include <QPushButton>
+
+#include <utility>
 
 namespace {
 
@@ -386,6 +389,7 @@ void frmForm1::takeDevice(const QString& folder) {
     File1->setPath(Dir1->Path());
     setWindowTitle(QStringLiteral("Tarnwick - Device = ") + QFileInfo(DeviceFolder).fileName());
     mnuOpen_Click();
+    choosePendingSource();
 }
 
 void frmForm1::refreshDevices() {
@@ -464,12 +468,33 @@ void frmForm1::File1_Click() {
     LoadSymbolTable();
 }
 
+void frmForm1::chooseSourceFile(const QString& path) {
+    m_pendingSource = path;
+    if (!DeviceFolder.isEmpty())
+        choosePendingSource();
+}
+
+void frmForm1::choosePendingSource() {
+    const QFileInfo file(std::exchange(m_pendingSource, QString()));
+    if (file.filePath().isEmpty())
+        return;
+    // The lists go to the file's folder as the user would take them there, then the name is
+    // clicked; a name the list does not show (not a GPX file) leaves the lists open there.
+    selectDriveOf(file.absolutePath());
+    Dir1->setPath(file.absolutePath());
+    const QList<QListWidgetItem*> found = File1->findItems(file.fileName(), Qt::MatchExactly);
+    if (found.isEmpty())
+        return;
+    File1->setCurrentItem(found.first());
+    File1_Click();
+}
+
 void frmForm1::mnuCopyNuvi_Click() {
     setStatus(QStringLiteral("  Please open a file first."));
     if (SourceFileName.isEmpty())
         return;
     QFile source(SourceGpxFile());
-    if (!QFileInfo(source.fileName()).isFile() || !source.open(QIODevice::ReadOnly)) {
+    if (!openSourceFile(source)) {
         Dialogs::MsgBox(this, QStringLiteral("File ") + SourceFileName +
                                   QStringLiteral("can't be copied."));
         SourceFileName.clear();
@@ -494,18 +519,13 @@ void frmForm1::LoadSymbolTable() {
     symtable::SymbolTablePath = symtable::tablePathIn(DeviceFolder);
     Grid2->setRows(0);
     const QString path = symtable::SymbolTablePath;
-    if (!QFileInfo::exists(path)) {
-        // A device folder made by hand, or its table deleted: it gets the table that a new
-        // device starts with.
-        const QString error = symtable::WriteDefaultSymbolTable(path);
-        if (!error.isEmpty()) {
-            Dialogs::MsgBox(this, QStringLiteral("The symbol table %1 is missing and can't be "
-                                                 "created:\r\n%2")
-                                      .arg(QDir::toNativeSeparators(path), error));
-            return;
-        }
+    const symtable::ReadResult table = symtable::readOrCreate(path);
+    if (table.createFailed) {
+        Dialogs::MsgBox(this, QStringLiteral("The symbol table %1 is missing and can't be "
+                                             "created:\r\n%2")
+                                  .arg(QDir::toNativeSeparators(path), table.error));
+        return;
     }
-    const symtable::ReadResult table = symtable::readFile(path);
     if (!table.error.isEmpty()) {
         Dialogs::MsgBox(this, QStringLiteral("The symbol table %1 can't be read:\r\n%2")
                                   .arg(QDir::toNativeSeparators(path), table.error));

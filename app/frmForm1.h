@@ -119,6 +119,9 @@ public:
     void Dir1_Change();
     void File1_Click();
     void mnuCopyNuvi_Click();
+    // Chooses a file as the source as a click on it in the file list does, once a device is
+    // taken: at once when one is, otherwise as soon as the device choice takes one.
+    void chooseSourceFile(const QString& path);
 
     // Items.
     void mnuSelectFavorites_Click();
@@ -189,6 +192,7 @@ private:
     bool readSource(quint64 load, QFile& source, const std::function<bool(QByteArrayView)>& feed,
                     const std::function<void()>& appendRows);
     void reportReadError(const QString& path, const QString& reason);
+    void choosePendingSource();
 
     bool m_programEnded = false;
     // The start-up decision is over: a device created from now on is the user's own doing.
@@ -200,6 +204,8 @@ private:
     bool m_workspaceUsable = true;
     // The commands a load holds back while it runs, with the states they get back after it.
     QList<QPair<QAction*, bool>> m_heldDuringLoad;
+    // The file given to be chosen as the source once a device is taken.
+    QString m_pendingSource;
     // Each track row's name as the source stores it, by grid row.
     QStringList m_trackSourceNames;
 };

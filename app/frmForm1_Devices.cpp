@@ -111,6 +111,7 @@ void frmForm1::btnOK_Click() {
     mnuSwitchDevice->setEnabled(true);
     mnuCopyNuvi->setEnabled(false);
     mnuOpen_Click();
+    choosePendingSource();
 }
 
 void frmForm1::btnCANCEL_Click() {

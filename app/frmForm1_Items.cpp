@@ -13,6 +13,7 @@
 #include "items/FavoritesScanner.h"
 #include "items/FlexGrid.h"
 #include "items/ItemMarks.h"
+#include "items/SourceLoad.h"
 #include "items/TracksScanner.h"
 #include "symbols/symtable.h"
 #include "text/TextHelpers.h"
@@ -30,17 +31,8 @@
 
 namespace {
 
-// The source is read in blocks of this size.
-constexpr qint64 blockSize = 256 * 1024;
-
 QString timeOfDay() {
     return QTime::currentTime().toString(QStringLiteral("HH:mm:ss"));
-}
-
-// Only a regular file is read as a source: a FIFO or a device behind a link could block
-// the program or never end.
-bool isReadableSource(const QString& path) {
-    return QFileInfo(path).isFile();
 }
 
 } // namespace
@@ -99,7 +91,7 @@ void frmForm1::prepareGrid(bool tracks) {
 }
 
 bool frmForm1::openSource(QFile& source) {
-    if (isReadableSource(source.fileName()) && source.open(QIODevice::ReadOnly))
+    if (openSourceFile(source))
         return true;
     Dialogs::MsgBox(this,
                     QStringLiteral("File ") + SourceFileName + QStringLiteral("can't be openned."));
@@ -113,28 +105,17 @@ bool frmForm1::readSource(quint64 load, QFile& source,
                           const std::function<void()>& appendRows) {
     QElapsedTimer sinceRepaint;
     sinceRepaint.start();
-    QByteArray block;
-    bool more = true;
-    while (more && !m_unloading && isCurrentLoad(load)) {
-        block.resize(blockSize);
-        const qint64 got = source.read(block.data(), blockSize);
-        if (got < 0) {
-            appendRows();
-            return false;
-        }
-        if (got == 0)
-            break;
-        block.resize(got);
-        more = feed(block);
-        if (sinceRepaint.elapsed() >= m_repaintMilliseconds) {
-            appendRows();
-            DoEvents();
-            sinceRepaint.restart();
-        }
-    }
-    if (isCurrentLoad(load))
+    const bool read = m_unloading || readInBlocks(source, feed, [&] {
+                          if (sinceRepaint.elapsed() >= m_repaintMilliseconds) {
+                              appendRows();
+                              DoEvents();
+                              sinceRepaint.restart();
+                          }
+                          return !m_unloading && isCurrentLoad(load);
+                      });
+    if (!read || isCurrentLoad(load))
         appendRows();
-    return true;
+    return read;
 }
 
 void frmForm1::reportReadError(const QString& path, const QString& reason) {
@@ -168,13 +149,8 @@ void frmForm1::mnuSelectFavorites_Click() {
     FavoritesScanner scanner;
     auto appendRows = [this, &scanner] {
         const QList<FavoriteItem> items = scanner.takeItems();
-        if (items.isEmpty())
-            return;
-        QList<QStringList> rows;
-        rows.reserve(items.size());
-        for (const FavoriteItem& item : items)
-            rows.append({QStringLiteral(" "), item.name, item.code, item.symbol});
-        Grid1->gridModel()->appendRows(rows);
+        if (!items.isEmpty())
+            Grid1->gridModel()->appendRows(favoriteRows(items));
     };
     const bool readFailed = !readSource(
         load, source, [&scanner](QByteArrayView bytes) { return scanner.feed(bytes); }, appendRows);
@@ -220,7 +196,7 @@ void frmForm1::mnuSelectTracks_Click() {
         return;
 
     // The scratch file replaces the earlier one only once the load has written it.
-    const QString scratchPath = Workspace::findEntry(DeviceFolder, QStringLiteral("TEMP.TMP"));
+    const QString scratchPath = scratchPathIn(DeviceFolder);
     QSaveFile scratch(scratchPath);
     if (!scratch.open(QIODevice::WriteOnly)) {
         Dialogs::MsgBox(this,
@@ -239,13 +215,9 @@ void frmForm1::mnuSelectTracks_Click() {
         const QList<TrackItem> items = scanner.takeItems();
         if (items.isEmpty())
             return;
-        QList<QStringList> rows;
-        rows.reserve(items.size());
-        for (const TrackItem& item : items) {
-            rows.append({QStringLiteral(" "), item.name, item.code, QString()});
+        for (const TrackItem& item : items)
             m_trackSourceNames.append(item.sourceName);
-        }
-        Grid1->gridModel()->appendRows(rows);
+        Grid1->gridModel()->appendRows(trackRows(items));
     };
     const bool readFailed = !readSource(
         load, source, [&scanner](QByteArrayView bytes) { return scanner.feed(bytes); }, appendRows);
@@ -258,9 +230,8 @@ void frmForm1::mnuSelectTracks_Click() {
     InHeader = !scanner.hasHeader();
     const QString readError = source.errorString();
     source.close();
-    // A failed read leaves the earlier scratch file in place, and commit() alone does not
-    // notice a failure to write out the last buffered bytes (a full disk), hence the flush.
-    const bool written = !readFailed && scanner.finish() && scratch.flush() && scratch.commit();
+    // A failed read leaves the earlier scratch file in place.
+    const bool written = !readFailed && scanner.finish() && commitScratch(scratch);
     const QString writeError = written || readFailed ? QString() : writeErrorOf(scratch);
     endLoad();
 
@@ -311,23 +282,14 @@ void frmForm1::mnuExport_Click() {
                                              "menu."));
         return;
     }
-    bool anyMarked = false;
-    ExportName.clear();
-    for (int row = 1; row < Grid1->Rows(); ++row) {
-        if (Grid1->TextMatrix(row, 0) != QLatin1String("X"))
-            continue;
-        anyMarked = true;
-        if (!Grid1->TextMatrix(row, 1).isEmpty()) {
-            ExportName = Grid1->TextMatrix(row, 1);
-            break;
-        }
-    }
-    if (!anyMarked) {
+    const MarkedItems marked = markedItems(*Grid1->gridModel());
+    ExportName = marked.firstName;
+    if (!marked.any) {
         Dialogs::MsgBox(this, QStringLiteral("Please select an item first."));
         return;
     }
 
-    const QString outputFolder = Workspace::findEntry(DeviceFolder, QStringLiteral("output"));
+    const QString outputFolder = outputFolderIn(DeviceFolder);
     Workspace::MakeFolder(outputFolder);
     setStatus(QStringLiteral("EXPORTING"), StatusColours::yellow());
     DoEvents();
@@ -337,9 +299,8 @@ void frmForm1::mnuExport_Click() {
 
     ExportResult result;
     if (TracksLoaded) {
-        const QString scratchPath = Workspace::findEntry(DeviceFolder, QStringLiteral("TEMP.TMP"));
         result = exportTracks(outputFolder, ExportName, HeaderText, *Grid1->gridModel(),
-                              m_trackSourceNames, scratchPath);
+                              m_trackSourceNames, scratchPathIn(DeviceFolder));
     } else {
         QList<SymbolPair> table;
         table.reserve(Grid2->Rows());

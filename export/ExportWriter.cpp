@@ -3,6 +3,7 @@
 #include "items/FlexGridModel.h"
 #include "text/CodePage.h"
 #include "text/WriteError.h"
+#include "workspace/Workspace.h"
 
 #include <QDir>
 #include <QFile>
@@ -305,6 +306,24 @@ ExportResult writeExport(const QString& outputFolder, const QString& base, const
 }
 
 } // namespace
+
+QString outputFolderIn(const QString& deviceFolder) {
+    return Workspace::findEntry(deviceFolder, QStringLiteral("output"));
+}
+
+MarkedItems markedItems(const FlexGridModel& grid) {
+    MarkedItems marked;
+    for (int row = 1; row < grid.Rows(); ++row) {
+        if (!isMarked(grid, row))
+            continue;
+        marked.any = true;
+        if (!grid.TextMatrix(row, 1).isEmpty()) {
+            marked.firstName = grid.TextMatrix(row, 1);
+            break;
+        }
+    }
+    return marked;
+}
 
 QString freeExportName(const QString& outputFolder, const QString& base) {
     const QStringList entries =

@@ -26,6 +26,17 @@ struct TrackKey {
 // only when no entry of the folder has name + ".gpx" without regard to case.
 QString freeExportName(const QString& outputFolder, const QString& base);
 
+// The folder a device's exports go to, "output", whatever the letter case of its name.
+QString outputFolderIn(const QString& deviceFolder);
+
+// Whether any item row is marked, and the name the export takes from the marks: that of the
+// first marked row that has one (empty when none has).
+struct MarkedItems {
+    bool any = false;
+    QString firstName;
+};
+MarkedItems markedItems(const FlexGridModel& grid);
+
 struct ExportResult {
     QString path;                   // the file written (empty when nothing was written)
     QString error;                  // reason of a failure (empty on success)

@@ -170,6 +170,17 @@ ReadResult readFile(const QString& path) {
     return result;
 }
 
+ReadResult readOrCreate(const QString& path) {
+    if (!QFileInfo::exists(path)) {
+        ReadResult result;
+        result.error = WriteDefaultSymbolTable(path);
+        result.createFailed = !result.error.isEmpty();
+        if (result.createFailed)
+            return result;
+    }
+    return readFile(path);
+}
+
 QString writeFile(const QString& path, const QList<SymbolPair>& pairs) {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))

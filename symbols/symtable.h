@@ -43,11 +43,16 @@ QList<SymbolPair> parse(QByteArrayView bytes);
 
 struct ReadResult {
     QList<SymbolPair> pairs;
-    QString error; // empty when the file was read
+    QString error;             // empty when the file was read
+    bool createFailed = false; // readOrCreate: the missing file could not be written
 };
 
 // Reads and parses a table file. A missing file is an error like any other.
 ReadResult readFile(const QString& path);
+
+// Reads a device's table as the program takes it into use: a missing file (a device folder
+// made by hand, or its table deleted) is first written with the table a new device starts with.
+ReadResult readOrCreate(const QString& path);
 
 // Replaces the file with the pairs, whole or not at all; returns the reason of a failure, or
 // an empty text.

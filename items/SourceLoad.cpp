@@ -1,0 +1,59 @@
+#include "items/SourceLoad.h"
+
+#include "workspace/Workspace.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+namespace {
+
+// The source is read in blocks of this size.
+constexpr qint64 blockSize = 256 * 1024;
+
+} // namespace
+
+bool openSourceFile(QFile& source) {
+    return QFileInfo(source.fileName()).isFile() && source.open(QIODevice::ReadOnly);
+}
+
+bool readInBlocks(QIODevice& source, const std::function<bool(QByteArrayView)>& feed,
+                  const std::function<bool()>& afterBlock) {
+    QByteArray block;
+    for (;;) {
+        block.resize(blockSize);
+        const qint64 got = source.read(block.data(), blockSize);
+        if (got < 0)
+            return false;
+        if (got == 0)
+            return true;
+        block.resize(got);
+        const bool more = feed(block);
+        if (!afterBlock() || !more)
+            return true;
+    }
+}
+
+QList<QStringList> favoriteRows(const QList<FavoriteItem>& items) {
+    QList<QStringList> rows;
+    rows.reserve(items.size());
+    for (const FavoriteItem& item : items)
+        rows.append({QStringLiteral(" "), item.name, item.code, item.symbol});
+    return rows;
+}
+
+QList<QStringList> trackRows(const QList<TrackItem>& items) {
+    QList<QStringList> rows;
+    rows.reserve(items.size());
+    for (const TrackItem& item : items)
+        rows.append({QStringLiteral(" "), item.name, item.code, QString()});
+    return rows;
+}
+
+QString scratchPathIn(const QString& deviceFolder) {
+    return Workspace::findEntry(deviceFolder, QStringLiteral("TEMP.TMP"));
+}
+
+bool commitScratch(QSaveFile& scratch) {
+    return scratch.flush() && scratch.commit();
+}

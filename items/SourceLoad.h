@@ -1,0 +1,40 @@
+#pragma once
+
+#include "items/FavoritesScanner.h"
+#include "items/TracksScanner.h"
+
+#include <QByteArrayView>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+class QFile;
+class QIODevice;
+class QSaveFile;
+
+// The steps of loading a unit's file into the item grid that need no window, shared by the
+// main window's loads and the command line.
+
+// Opens the source for reading. Only a regular file is read: a FIFO or a device behind a link
+// could block the program or never end.
+bool openSourceFile(QFile& source);
+
+// Feeds the source to a scanner in blocks. After each block fed, afterBlock decides whether
+// to read on; the reading also stops once feed returns false or the file ends. Returns false
+// when a read failed; source.errorString() says why.
+bool readInBlocks(QIODevice& source, const std::function<bool(QByteArrayView)>& feed,
+                  const std::function<bool()>& afterBlock);
+
+// The item grid's rows (mark, name, code, symbol) of the items a scanner listed.
+QList<QStringList> favoriteRows(const QList<FavoriteItem>& items);
+QList<QStringList> trackRows(const QList<TrackItem>& items);
+
+// The track scratch file of a device, TEMP.TMP, whatever the letter case of its name.
+QString scratchPathIn(const QString& deviceFolder);
+
+// Puts the scratch file, which the tracks scanner has finished, in place of the earlier one.
+// commit() alone does not notice a failure to write out the last buffered bytes (a full disk),
+// hence the flush. False when a write failed; writeErrorOf(scratch) says why.
+bool commitScratch(QSaveFile& scratch);
