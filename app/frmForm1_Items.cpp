@@ -25,8 +25,18 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QListWidget>
-#include <QSaveFile>
+#include <QRandomGenerator>
 #include <QTime>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#ifdef Q_OS_LINUX
+#include <fcntl.h>
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -42,6 +52,93 @@ QString timeOfDay() {
 bool isReadableSource(const QString& path) {
     return QFileInfo(path).isFile();
 }
+
+// The tracks load's scratch file, written without a name (or under a temporary one where the
+// file system can't do that) and renamed over it once complete, so that a failed or cancelled
+// load keeps the earlier one and leaves nothing behind. The next load rewrites it anyway, so
+// it is never synced to the disk: a crash may lose it, nothing else.
+class ScratchFile {
+public:
+    explicit ScratchFile(const QString& path)
+        : m_path(path) {}
+    ~ScratchFile() {
+        m_file.close();
+        if (!m_tempName.isEmpty() && !m_placed)
+            QFile::remove(m_tempName);
+    }
+
+    // The reason when no file can be made, or an empty text.
+    QString open() {
+        if (QFileInfo(m_path).isDir())
+            return QStringLiteral("Filename refers to a directory");
+        // Unbuffered: the scanner writes large blocks, and a failed write shows at once.
+        const auto mode = QIODevice::WriteOnly | QIODevice::Unbuffered;
+#ifdef Q_OS_LINUX
+        const int fd = ::open(QFile::encodeName(QFileInfo(m_path).absolutePath()).constData(),
+                              O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+        if (fd >= 0) {
+            if (m_file.open(fd, mode, QFileDevice::AutoCloseHandle))
+                return {};
+            ::close(fd);
+        }
+#endif
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            m_file.setFileName(temporaryName());
+            if (m_file.open(mode | QIODevice::NewOnly)) {
+                m_tempName = m_file.fileName();
+                return {};
+            }
+            if (!QFileInfo::exists(m_file.fileName()))
+                break;
+        }
+        return m_file.errorString();
+    }
+
+    QFile& file() {
+        return m_file;
+    }
+
+    // Closes the file and gives it the scratch file's name; the reason of a failure, or an
+    // empty text.
+    QString place() {
+        if (!m_file.flush())
+            return writeErrorOf(m_file);
+#ifdef Q_OS_LINUX
+        if (m_tempName.isEmpty()) {
+            const QByteArray handle = "/proc/self/fd/" + QByteArray::number(m_file.handle());
+            for (int attempt = 0; attempt < 100 && m_tempName.isEmpty(); ++attempt) {
+                const QString name = temporaryName();
+                if (::linkat(AT_FDCWD, handle.constData(), AT_FDCWD,
+                             QFile::encodeName(name).constData(), AT_SYMLINK_FOLLOW) == 0)
+                    m_tempName = name;
+                else if (errno != EEXIST)
+                    return QString::fromLocal8Bit(std::strerror(errno));
+            }
+        }
+#endif
+        m_file.close();
+        if (m_file.error() != QFileDevice::NoError)
+            return m_file.errorString();
+        std::error_code ec;
+        std::filesystem::rename(std::filesystem::path(m_tempName.toStdU16String()),
+                                std::filesystem::path(m_path.toStdU16String()), ec);
+        if (ec)
+            return QString::fromStdString(ec.message());
+        m_placed = true;
+        return {};
+    }
+
+private:
+    QString temporaryName() const {
+        return m_path + QStringLiteral(".%1").arg(QRandomGenerator::global()->generate(), 8, 16,
+                                                  QLatin1Char('0'));
+    }
+
+    QString m_path;
+    QString m_tempName;
+    QFile m_file;
+    bool m_placed = false;
+};
 
 } // namespace
 
@@ -221,11 +318,10 @@ void frmForm1::mnuSelectTracks_Click() {
 
     // The scratch file replaces the earlier one only once the load has written it.
     const QString scratchPath = Workspace::findEntry(DeviceFolder, QStringLiteral("TEMP.TMP"));
-    QSaveFile scratch(scratchPath);
-    if (!scratch.open(QIODevice::WriteOnly)) {
-        Dialogs::MsgBox(this,
-                        QStringLiteral("The track scratch file %1 can't be created:\r\n%2")
-                            .arg(QDir::toNativeSeparators(scratchPath), scratch.errorString()));
+    ScratchFile scratch(scratchPath);
+    if (const QString reason = scratch.open(); !reason.isEmpty()) {
+        Dialogs::MsgBox(this, QStringLiteral("The track scratch file %1 can't be created:\r\n%2")
+                                  .arg(QDir::toNativeSeparators(scratchPath), reason));
         return;
     }
 
@@ -234,7 +330,7 @@ void frmForm1::mnuSelectTracks_Click() {
     HeaderText.clear();
     const quint64 load = beginLoad();
 
-    TracksScanner scanner(&scratch);
+    TracksScanner scanner(&scratch.file());
     auto appendRows = [this, &scanner] {
         const QList<TrackItem> items = scanner.takeItems();
         if (items.isEmpty())
@@ -258,10 +354,12 @@ void frmForm1::mnuSelectTracks_Click() {
     InHeader = !scanner.hasHeader();
     const QString readError = source.errorString();
     source.close();
-    // A failed read leaves the earlier scratch file in place, and commit() alone does not
-    // notice a failure to write out the last buffered bytes (a full disk), hence the flush.
-    const bool written = !readFailed && scanner.finish() && scratch.flush() && scratch.commit();
-    const QString writeError = written || readFailed ? QString() : writeErrorOf(scratch);
+    // A failed read leaves the earlier scratch file in place; so does a failure to write out
+    // the last bytes (a full disk) or to rename.
+    QString writeError;
+    if (!readFailed)
+        writeError = scanner.finish() ? scratch.place() : writeErrorOf(scratch.file());
+    const bool written = !readFailed && writeError.isEmpty();
     endLoad();
 
     if (readFailed) {
