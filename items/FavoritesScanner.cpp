@@ -39,7 +39,7 @@ bool FavoritesScanner::feed(QByteArrayView bytes) {
             const char* lt = p;
             qsizetype length = 0;
             ScanText::TagMatch match = ScanText::TagMatch::None;
-            while ((lt = static_cast<const char*>(std::memchr(lt, '<', size_t(end - lt))))) {
+            while ((lt = ScanText::findTagStart(lt, end))) {
                 match = ScanText::matchTag(lt, end, recognised, length);
                 if (match != ScanText::TagMatch::None)
                     break;

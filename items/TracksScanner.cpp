@@ -46,13 +46,24 @@ bool TracksScanner::feed(QByteArrayView bytes) {
             const char* lt = p;
             qsizetype length = 0;
             ScanText::TagMatch match = ScanText::TagMatch::None;
-            while ((lt = static_cast<const char*>(std::memchr(lt, '<', size_t(end - lt))))) {
+            while ((lt = ScanText::findTagStart(lt, end))) {
                 match = ScanText::matchTag(lt, end, recognised, length);
                 if (match != ScanText::TagMatch::None)
                     break;
                 ++lt;
             }
-            ScanText::appendWithoutLineBreaks(m_gathered, QByteArrayView(p, (lt ? lt : end) - p));
+            const QByteArrayView run(p, (lt ? lt : end) - p);
+            if (lt && match == ScanText::TagMatch::Whole && m_gathered.isEmpty() &&
+                QByteArrayView(lt, length) == pointEnd &&
+                m_buffer.size() + run.size() + length + lineEnd.size() < m_bufferSize) {
+                // A track point as most come: its text goes straight to the scratch buffer,
+                // which it does not fill.
+                ScanText::appendWithoutLineBreaks(m_buffer, run);
+                m_buffer.append(pointEnd).append(lineEnd);
+                p = lt + length;
+                continue;
+            }
+            ScanText::appendWithoutLineBreaks(m_gathered, run);
             if (!lt)
                 break;
             if (match == ScanText::TagMatch::Partial) {
