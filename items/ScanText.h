@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QByteArrayView>
 
+#include <cstdint>
 #include <cstring>
 #include <initializer_list>
 #include <span>
@@ -46,6 +47,19 @@ enum class TagMatch { None, Partial, Whole };
 // they can't, a LF (read as a space) included.
 inline TagMatch matchTag(const char* p, const char* end, std::span<const QByteArrayView> tags,
                          qsizetype& length) {
+    // Every tag has 4 bytes at least: most "<" are ruled out by their first 4 at once.
+    if (end - p >= 4 && p[1] != '\r' && p[2] != '\r' && p[3] != '\r') {
+        std::uint32_t head;
+        std::memcpy(&head, p, 4);
+        bool possible = false;
+        for (const QByteArrayView tag : tags) {
+            std::uint32_t tagHead;
+            std::memcpy(&tagHead, tag.data(), 4);
+            possible = possible || tagHead == head;
+        }
+        if (!possible)
+            return TagMatch::None;
+    }
     TagMatch match = TagMatch::None;
     for (const QByteArrayView tag : tags) {
         qsizetype i = 1;
