@@ -13,6 +13,7 @@
 #include "items/FavoritesScanner.h"
 #include "items/FlexGrid.h"
 #include "items/ItemMarks.h"
+#include "items/ScratchFile.h"
 #include "items/SourceLoad.h"
 #include "items/TracksScanner.h"
 #include "symbols/symtable.h"
@@ -26,7 +27,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QListWidget>
-#include <QSaveFile>
 #include <QTime>
 
 namespace {
@@ -197,11 +197,10 @@ void frmForm1::mnuSelectTracks_Click() {
 
     // The scratch file replaces the earlier one only once the load has written it.
     const QString scratchPath = scratchPathIn(DeviceFolder);
-    QSaveFile scratch(scratchPath);
-    if (!scratch.open(QIODevice::WriteOnly)) {
-        Dialogs::MsgBox(this,
-                        QStringLiteral("The track scratch file %1 can't be created:\r\n%2")
-                            .arg(QDir::toNativeSeparators(scratchPath), scratch.errorString()));
+    ScratchFile scratch(scratchPath);
+    if (const QString reason = scratch.open(); !reason.isEmpty()) {
+        Dialogs::MsgBox(this, QStringLiteral("The track scratch file %1 can't be created:\r\n%2")
+                                  .arg(QDir::toNativeSeparators(scratchPath), reason));
         return;
     }
 
@@ -210,7 +209,7 @@ void frmForm1::mnuSelectTracks_Click() {
     HeaderText.clear();
     const quint64 load = beginLoad();
 
-    TracksScanner scanner(&scratch);
+    TracksScanner scanner(&scratch.file());
     auto appendRows = [this, &scanner] {
         const QList<TrackItem> items = scanner.takeItems();
         if (items.isEmpty())
@@ -230,9 +229,12 @@ void frmForm1::mnuSelectTracks_Click() {
     InHeader = !scanner.hasHeader();
     const QString readError = source.errorString();
     source.close();
-    // A failed read leaves the earlier scratch file in place.
-    const bool written = !readFailed && scanner.finish() && commitScratch(scratch);
-    const QString writeError = written || readFailed ? QString() : writeErrorOf(scratch);
+    // A failed read leaves the earlier scratch file in place; so does a failure to write out
+    // the last bytes (a full disk) or to rename.
+    QString writeError;
+    if (!readFailed)
+        writeError = scanner.finish() ? scratch.place() : writeErrorOf(scratch.file());
+    const bool written = !readFailed && writeError.isEmpty();
     endLoad();
 
     if (readFailed) {

@@ -4,6 +4,7 @@
 #include "favorites/FavoritesHistory.h"
 #include "items/FlexGridModel.h"
 #include "items/ItemMarks.h"
+#include "items/ScratchFile.h"
 #include "items/SourceLoad.h"
 #include "symbols/symtable.h"
 #include "text/TextHelpers.h"
@@ -17,7 +18,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QTextStream>
 
 #include <cstring>
@@ -125,7 +125,8 @@ struct Items {
     QStringList sourceNames{QString()};
 };
 
-int readItems(const QString& path, bool tracks, QIODevice& scratch, Items& items) {
+int readItems(const QString& path, bool tracks, QIODevice& scratch, Items& items,
+              const QString& scratchPath = {}) {
     QFile source(path);
     if (!openSourceFile(source))
         return noSource(source);
@@ -144,7 +145,7 @@ int readItems(const QString& path, bool tracks, QIODevice& scratch, Items& items
         auto* file = qobject_cast<QFileDevice*>(&scratch);
         if (read && !scanner.finish() && file)
             return fail(Failed, QStringLiteral("the track scratch file %1 could not be written: %2")
-                                    .arg(native(file->fileName()), writeErrorOf(*file)));
+                                    .arg(native(scratchPath), writeErrorOf(*file)));
     } else {
         FavoritesScanner scanner;
         read = readInBlocks(
@@ -261,20 +262,22 @@ int exportItems(const QCommandLineParser& parser, const QString& path, const QSt
     }
     // The tracks' scratch file replaces the earlier one only once the items are marked, so
     // that a command that ends with an error changes nothing.
-    QSaveFile scratch(scratchPathIn(device));
+    const QString scratchPath = scratchPathIn(device);
+    ScratchFile scratch(scratchPath);
     QBuffer unused;
-    if (tracks && !scratch.open(QIODevice::WriteOnly))
+    if (const QString reason = tracks ? scratch.open() : QString(); !reason.isEmpty())
         return fail(Failed, QStringLiteral("the track scratch file %1 can't be created: %2")
-                                .arg(native(scratch.fileName()), scratch.errorString()));
+                                .arg(native(scratchPath), reason));
     Items items;
     if (const int status =
-            readItems(path, tracks, tracks ? static_cast<QIODevice&>(scratch) : unused, items))
+            readItems(path, tracks, tracks ? static_cast<QIODevice&>(scratch.file()) : unused,
+                      items, scratchPath))
         return status;
     if (const int status = markItems(parser, device, tracks, items))
         return status;
-    if (tracks && !commitScratch(scratch))
+    if (const QString reason = tracks ? scratch.place() : QString(); !reason.isEmpty())
         return fail(Failed, QStringLiteral("the track scratch file %1 could not be written: %2")
-                                .arg(native(scratch.fileName()), writeErrorOf(scratch)));
+                                .arg(native(scratchPath), reason));
 
     const QString outputFolder = outputFolderIn(device);
     Workspace::MakeFolder(outputFolder);

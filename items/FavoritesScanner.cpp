@@ -12,6 +12,7 @@ namespace {
 constexpr QByteArrayView favoriteStart = "<wpt";
 constexpr QByteArrayView trackStart = "<trk>";
 constexpr QByteArrayView fileEnd = "</gpx>";
+constexpr QByteArrayView recognised[] = {favoriteStart, trackStart, fileEnd};
 
 // Position of the first occurrence counted from 1, 0 when absent, as the name and symbol
 // rules count.
@@ -32,14 +33,35 @@ bool FavoritesScanner::feed(QByteArrayView bytes) {
     const char* const end = p + bytes.size();
     while (p < end && !m_stopped) {
         if (m_tag.isEmpty()) {
-            // Nothing can be recognised before the next "<": take the run up to it at once.
-            const auto* lt = static_cast<const char*>(std::memchr(p, '<', size_t(end - p)));
-            const char* runEnd = lt ? lt : end;
-            ScanText::appendWithoutLineBreaks(m_gathered, QByteArrayView(p, runEnd - p));
+            // Only a "<" whose next bytes may spell a recognised tag can change anything; the
+            // text up to it, other tags included, joins the gathered text in one step. The
+            // bytes at hand decide a tag, unless the block ends or a CR comes first.
+            const char* lt = p;
+            qsizetype length = 0;
+            ScanText::TagMatch match = ScanText::TagMatch::None;
+            while ((lt = ScanText::findTagStart(lt, end))) {
+                match = ScanText::matchTag(lt, end, recognised, length);
+                if (match != ScanText::TagMatch::None)
+                    break;
+                ++lt;
+            }
+            ScanText::appendWithoutLineBreaks(m_gathered, QByteArrayView(p, (lt ? lt : end) - p));
             if (!lt)
                 break;
-            m_tag.append('<');
-            p = lt + 1;
+            if (match == ScanText::TagMatch::Partial) {
+                m_tag.append('<');
+                p = lt + 1;
+                continue;
+            }
+            const QByteArrayView tag(lt, length);
+            p = lt + length;
+            if (tag == favoriteStart) {
+                startFavorite();
+                // Whatever follows can't make the tag text a recognised tag again.
+                m_gathered.append(tag);
+            } else {
+                terminate();
+            }
             continue;
         }
         const char ch = *p++;

@@ -4,7 +4,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace {
 
@@ -52,8 +51,4 @@ QList<QStringList> trackRows(const QList<TrackItem>& items) {
 
 QString scratchPathIn(const QString& deviceFolder) {
     return Workspace::findEntry(deviceFolder, QStringLiteral("TEMP.TMP"));
-}
-
-bool commitScratch(QSaveFile& scratch) {
-    return scratch.flush() && scratch.commit();
 }

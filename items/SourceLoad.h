@@ -12,7 +12,6 @@
 
 class QFile;
 class QIODevice;
-class QSaveFile;
 
 // The steps of loading a unit's file into the item grid that need no window, shared by the
 // main window's loads and the command line.
@@ -33,8 +32,3 @@ QList<QStringList> trackRows(const QList<TrackItem>& items);
 
 // The track scratch file of a device, TEMP.TMP, whatever the letter case of its name.
 QString scratchPathIn(const QString& deviceFolder);
-
-// Puts the scratch file, which the tracks scanner has finished, in place of the earlier one.
-// commit() alone does not notice a failure to write out the last buffered bytes (a full disk),
-// hence the flush. False when a write failed; writeErrorOf(scratch) says why.
-bool commitScratch(QSaveFile& scratch);

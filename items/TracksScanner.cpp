@@ -25,42 +25,6 @@ constexpr QByteArrayView lineEnd = "\r\n";
 constexpr QByteArrayView recognised[] = {trackStart,   waypointStart, nameEnd, pointEnd,
                                          segmentStart, trackEnd,      fileEnd};
 
-// How many bytes from the "<" at p on, within the block, spell the beginning of a recognised
-// tag (at least the "<" itself).
-qsizetype tagPrefixLength(const char* p, const char* end) {
-    // Most tags of a track (<ele>, <time>, </ele>, extensions) are ruled out by their first
-    // two characters.
-    if (p + 2 < end) {
-        switch (p[1]) {
-        case '/':
-            if (p[2] != 'n' && p[2] != 't' && p[2] != 'g' && p[2] != '\r')
-                return 2;
-            break;
-        case 't':
-            if (p[2] != 'r' && p[2] != '\r')
-                return 2;
-            break;
-        case 'w':
-        case '\r':
-            break;
-        default:
-            return 1;
-        }
-    }
-    qsizetype longest = 1;
-    for (const QByteArrayView tag : recognised) {
-        qsizetype i = 1;
-        while (i < tag.size() && p + i < end && p[i] == tag[i])
-            ++i;
-        longest = std::max(longest, i);
-    }
-    return longest;
-}
-
-bool isRecognised(QByteArrayView text) {
-    return std::find(std::begin(recognised), std::end(recognised), text) != std::end(recognised);
-}
-
 } // namespace
 
 TracksScanner::TracksScanner(QIODevice* scratch, qsizetype bufferSize)
@@ -81,29 +45,36 @@ bool TracksScanner::feed(QByteArrayView bytes) {
             // text goes on after it) comes first.
             const char* lt = p;
             qsizetype length = 0;
-            bool recognised = false;
-            for (;;) {
-                lt = static_cast<const char*>(std::memchr(lt, '<', size_t(end - lt)));
-                if (!lt)
+            ScanText::TagMatch match = ScanText::TagMatch::None;
+            while ((lt = ScanText::findTagStart(lt, end))) {
+                match = ScanText::matchTag(lt, end, recognised, length);
+                if (match != ScanText::TagMatch::None)
                     break;
-                length = tagPrefixLength(lt, end);
-                recognised = length >= 4 && isRecognised(QByteArrayView(lt, length));
-                if (recognised || lt + length == end || lt[length] == '\r')
-                    break;
-                lt += length;
+                ++lt;
             }
-            ScanText::appendWithoutLineBreaks(m_gathered, QByteArrayView(p, (lt ? lt : end) - p));
+            const QByteArrayView run(p, (lt ? lt : end) - p);
+            if (lt && match == ScanText::TagMatch::Whole && m_gathered.isEmpty() &&
+                QByteArrayView(lt, length) == pointEnd &&
+                m_buffer.size() + run.size() + length + lineEnd.size() < m_bufferSize) {
+                // A track point as most come: its text goes straight to the scratch buffer,
+                // which it does not fill.
+                ScanText::appendWithoutLineBreaks(m_buffer, run);
+                m_buffer.append(pointEnd).append(lineEnd);
+                p = lt + length;
+                continue;
+            }
+            ScanText::appendWithoutLineBreaks(m_gathered, run);
             if (!lt)
                 break;
-            const QByteArrayView prefix(lt, length);
-            p = lt + length;
-            if (recognised) {
-                // The characters before the tag's last one change nothing but the tag text.
-                m_tag.append(prefix.first(length - 1));
-                scanCharacter(prefix.back());
-            } else {
-                m_tag.append(prefix);
+            if (match == ScanText::TagMatch::Partial) {
+                m_tag.append('<');
+                p = lt + 1;
+                continue;
             }
+            // The characters before the tag's last one change nothing but the tag text.
+            m_tag.append(QByteArrayView(lt, length - 1));
+            p = lt + length;
+            scanCharacter(p[-1]);
             continue;
         }
         const char ch = *p++;

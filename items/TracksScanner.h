@@ -28,7 +28,7 @@ struct TrackItem {
 // boundary empties it. The source may arrive in chunks of any size, cut anywhere.
 class TracksScanner {
 public:
-    static constexpr qsizetype defaultBufferSize = 64 * 1024;
+    static constexpr qsizetype defaultBufferSize = 1024 * 1024;
 
     // The scratch bytes pass through a buffer of bufferSize bytes.
     explicit TracksScanner(QIODevice* scratch, qsizetype bufferSize = defaultBufferSize);

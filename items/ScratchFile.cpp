@@ -1,0 +1,84 @@
+#include "items/ScratchFile.h"
+
+#include "text/WriteError.h"
+
+#include <QFileInfo>
+#include <QRandomGenerator>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#ifdef Q_OS_LINUX
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+ScratchFile::ScratchFile(const QString& path)
+    : m_path(path) {}
+
+ScratchFile::~ScratchFile() {
+    m_file.close();
+    if (!m_tempName.isEmpty() && !m_placed)
+        QFile::remove(m_tempName);
+}
+
+QString ScratchFile::open() {
+    if (QFileInfo(m_path).isDir())
+        return QStringLiteral("Filename refers to a directory");
+    // Unbuffered: the scanner writes large blocks, and a failed write shows at once.
+    const auto mode = QIODevice::WriteOnly | QIODevice::Unbuffered;
+#ifdef Q_OS_LINUX
+    const int fd = ::open(QFile::encodeName(QFileInfo(m_path).absolutePath()).constData(),
+                          O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+    if (fd >= 0) {
+        if (m_file.open(fd, mode, QFileDevice::AutoCloseHandle))
+            return {};
+        ::close(fd);
+    }
+#endif
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        m_file.setFileName(temporaryName());
+        if (m_file.open(mode | QIODevice::NewOnly)) {
+            m_tempName = m_file.fileName();
+            return {};
+        }
+        if (!QFileInfo::exists(m_file.fileName()))
+            break;
+    }
+    return m_file.errorString();
+}
+
+QString ScratchFile::place() {
+    if (!m_file.flush())
+        return writeErrorOf(m_file);
+#ifdef Q_OS_LINUX
+    if (m_tempName.isEmpty()) {
+        const QByteArray handle = "/proc/self/fd/" + QByteArray::number(m_file.handle());
+        for (int attempt = 0; attempt < 100 && m_tempName.isEmpty(); ++attempt) {
+            const QString name = temporaryName();
+            if (::linkat(AT_FDCWD, handle.constData(), AT_FDCWD,
+                         QFile::encodeName(name).constData(), AT_SYMLINK_FOLLOW) == 0)
+                m_tempName = name;
+            else if (errno != EEXIST)
+                return QString::fromLocal8Bit(std::strerror(errno));
+        }
+    }
+#endif
+    m_file.close();
+    if (m_file.error() != QFileDevice::NoError)
+        return m_file.errorString();
+    std::error_code ec;
+    std::filesystem::rename(std::filesystem::path(m_tempName.toStdU16String()),
+                            std::filesystem::path(m_path.toStdU16String()), ec);
+    if (ec)
+        return QString::fromStdString(ec.message());
+    m_placed = true;
+    return {};
+}
+
+QString ScratchFile::temporaryName() const {
+    return m_path + QStringLiteral(".%1").arg(QRandomGenerator::global()->generate(), 8, 16,
+                                              QLatin1Char('0'));
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QFile>
+#include <QString>
+
+// The tracks load's scratch file, written without a name (or under a temporary one where the
+// file system can't do that) and renamed over TEMP.TMP once complete, so that a failed or
+// cancelled load keeps the earlier one and leaves nothing behind. The next load rewrites it
+// anyway, so it is never synced to the disk: a crash may lose it, nothing else.
+class ScratchFile {
+public:
+    explicit ScratchFile(const QString& path);
+    ~ScratchFile();
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+
+    // The reason when no file can be made, or an empty text.
+    QString open();
+    // Where the tracks scanner writes; unbuffered, so a failed write shows at once.
+    QFile& file() { return m_file; }
+    // Closes the file and gives it the scratch file's name; the reason of a failure, or an
+    // empty text.
+    QString place();
+
+private:
+    QString temporaryName() const;
+
+    QString m_path;
+    QString m_tempName;
+    QFile m_file;
+    bool m_placed = false;
+};
