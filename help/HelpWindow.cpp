@@ -82,6 +82,8 @@ QWidget* showHelpWindow(HelpPage page) {
         window = new HelpWindow(page);
         openWindows().insert(page, window);
     }
+    // Brought forward means restored too when the user has minimized it.
+    window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
     window->show();
     window->raise();
     window->activateWindow();

@@ -87,6 +87,10 @@ frmSymbolTableManagement::frmSymbolTableManagement(const QString& path, QWidget*
     connect(mnuExit, &QAction::triggered, this, &frmSymbolTableManagement::mnuExit_Click);
     connect(Grid1, &FlexGrid::RowColChange, this, &frmSymbolTableManagement::Grid1_RowColChange);
     connect(Grid1, &FlexGrid::KeyPress, this, &frmSymbolTableManagement::Grid1_KeyPress);
+    // A paste with the mouse, drag and drop, or Undo from the context menu changes the box
+    // without any key release; the cell must follow those too. The program's own setText()
+    // is not an edit and does not come back here.
+    connect(Text1, &QLineEdit::textEdited, this, &frmSymbolTableManagement::Text1_Change);
 
     Form_Load();
     Grid1->setFocus();
@@ -149,10 +153,13 @@ void frmSymbolTableManagement::Grid1_KeyPress() {
     Text1->end(false);
 }
 
+void frmSymbolTableManagement::Text1_Change() {
+    if (hasTableRows())
+        Grid1->setTextMatrix(Grid1->Row(), Grid1->Col(), Text1->text());
+}
+
+// The cell already follows every edit; the key release only hands the focus back on Enter.
 void frmSymbolTableManagement::Text1_KeyUp(int KeyCode) {
-    if (!hasTableRows())
-        return;
-    Grid1->setTextMatrix(Grid1->Row(), Grid1->Col(), Text1->text());
     if (KeyCode == 13)
         Grid1->setFocus();
 }
@@ -193,6 +200,8 @@ frmSymbolTableManagement* showSymbolTableEditor(const QString& path) {
         editor = new frmSymbolTableManagement(path);
         openEditor() = editor;
     }
+    // Brought to the front means restored too when the user has minimized it.
+    editor->setWindowState(editor->windowState() & ~Qt::WindowMinimized);
     editor->show();
     editor->raise();
     editor->activateWindow();

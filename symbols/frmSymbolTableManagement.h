@@ -25,6 +25,8 @@ public:
     void Form_Load();
     void Grid1_RowColChange();
     void Grid1_KeyPress();
+    // Every change the user makes to the box, typed or not.
+    void Text1_Change();
     // KeyCode is 13 for Enter and Return.
     void Text1_KeyUp(int KeyCode);
     void mnuSave_Click();
