@@ -65,7 +65,6 @@ private slots:
     void deviceMadeAfterADeclinedStartIsTaken();
     void deviceChoiceFollowsMouseAndKeyboard();
     void messageBoxBeforeTheWindowIsCentred();
-    void copyrightAndAboutBox();
 };
 
 void WindowTest::controlsKeepTheirDesign() {
@@ -101,6 +100,12 @@ void WindowTest::controlsKeepTheirDesign() {
     QCOMPARE(w.Grid1->Cols(), 4);
     QCOMPARE(w.Grid2->Cols(), 2);
     QCOMPARE(w.File1->Pattern(), QStringLiteral("*.GPX"));
+    const QString notice = w.copyright->text(); // read whole, the copyright sign 11th
+    QCOMPARE(notice.at(10), QChar(169));
+    QVERIFY(w.copyright->fontMetrics().horizontalAdvance(notice) <=
+            w.copyright->contentsRect().width());
+    w.mnuAbout->trigger();
+    QCOMPARE(f.messages, QStringList{"Tarnwick.\r\n\r\n" + notice + "\r\n\r\nCompiled 08/05/2010"});
 }
 
 void WindowTest::menusKeepTheirDesign() {
@@ -271,19 +276,6 @@ void WindowTest::messageBoxBeforeTheWindowIsCentred() {
     const QPoint centre = QGuiApplication::primaryScreen()->availableGeometry().center();
     QVERIFY2((box.center() - centre).manhattanLength() <= 4,
              qPrintable(QStringLiteral("%1,%2").arg(box.x()).arg(box.y())));
-}
-
-void WindowTest::copyrightAndAboutBox() {
-    MainWindowFixture f;
-    f.makeDevices({QStringLiteral("Nuvi_1")});
-    frmForm1& w = f.start();
-    const QString notice = w.copyright->text();
-    QCOMPARE(notice.at(10), QChar(169));
-    QVERIFY(w.copyright->fontMetrics().horizontalAdvance(notice) <=
-            w.copyright->contentsRect().width());
-    w.mnuAbout->trigger();
-    QCOMPARE(f.messages, QStringList{QStringLiteral("Tarnwick.\r\n\r\n") + notice +
-                                     QStringLiteral("\r\n\r\nCompiled 08/05/2010")});
 }
 
 QTEST_MAIN(WindowTest)
