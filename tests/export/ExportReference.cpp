@@ -1,4 +1,4 @@
-#include "ExportReference.h"
+#include "Reference.h"
 
 #include "items/FlexGridModel.h"
 #include "text/CodePage.h"

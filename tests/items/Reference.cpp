@@ -5,7 +5,6 @@
 #include "text/CodePage.h"
 #include "text/TextHelpers.h"
 
-#include <QBuffer>
 #include <QFile>
 
 namespace {
@@ -34,7 +33,8 @@ QList<QByteArrayView> blocks(QByteArrayView source, const QList<qsizetype>& size
     return out;
 }
 
-QString firstDifference(const QStringList& expected, const QStringList& actual) {
+QString firstDifference(const Scan& want, const Scan& got) {
+    const QStringList expected = lines(want), actual = lines(got);
     for (qsizetype i = 0; i < qMax(expected.size(), actual.size()); ++i)
         if (expected.value(i, "(none)") != actual.value(i, "(none)"))
             return QStringLiteral("line %1: expected «%2», got «%3»")
@@ -169,53 +169,45 @@ QStringList lines(const Scan& scan) {
     return out;
 }
 
-QString compareFavorites(QByteArrayView source, const QList<qsizetype>& sizes) {
-    return firstDifference(lines(referenceFavorites(source)), lines(scanFavorites(source, sizes)));
+QString compareScanners(QByteArrayView source, const QList<qsizetype>& sizes,
+                        qsizetype bufferSize) {
+    return firstDifference(referenceFavorites(source), scanFavorites(source, sizes)) +
+           firstDifference(referenceTracks(source), scanTracks(source, sizes, bufferSize));
 }
 
-QString compareTracks(QByteArrayView source, const QList<qsizetype>& sizes, qsizetype bufferSize) {
-    return firstDifference(lines(referenceTracks(source)),
-                           lines(scanTracks(source, sizes, bufferSize)));
+qint64 Device::readData(char* data, qint64 size) {
+    return failAt >= 0 && pos() >= failAt ? -1 : QBuffer::readData(data, qMin<qint64>(size, 7));
 }
 
-QByteArray unescaped(QByteArrayView text) {
-    QByteArray out;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const char next = i + 1 < text.size() ? text[i + 1] : 0;
-        if (text[i] != '\\' || !next) {
-            out += text[i];
-        } else if (next == 'x') {
-            out += char(text.sliced(i + 2, 2).toByteArray().toInt(nullptr, 16));
-            i += 3;
-        } else {
-            out += next == 'r' ? '\r' : next == 'n' ? '\n' : next == 't' ? '\t' : next;
-            ++i;
-        }
-    }
-    return out;
+qint64 Device::writeData(const char* data, qint64 size) {
+    if (failAt >= 0 && pos() >= failAt)
+        return -1;
+    return QBuffer::writeData(data, failAt < 0 ? size : qMin(size, failAt - pos()));
 }
 
-QList<Case> readCases(const QString& path) {
-    QFile file(path);
-    QList<Case> cases{{}};
+QList<Case> readCases(const QString& name) {
+    QFile file(QStringLiteral(TARNWICK_TEST_DATA "/") + name);
+    QList<Case> cases;
     if (!file.open(QIODevice::ReadOnly))
-        return {};
-    for (QByteArray line : file.readAll().split('\n')) {
-        if (line.trimmed().isEmpty() && !cases.last().isEmpty())
+        return cases;
+    for (const QByteArray& line : file.readAll().split('\n')) {
+        const qsizetype colon = line.indexOf(':');
+        if (line.startsWith("case:"))
             cases.append(Case());
-        const qsizetype colon = line.indexOf(": ");
-        if (!line.startsWith('#') && colon > 0)
-            cases.last().append({line.left(colon), unescaped(line.mid(colon + 2))});
+        if (!line.startsWith('#') && colon > 0 && !cases.isEmpty())
+            cases.last().append({line.left(colon), line.mid(colon + 1).trimmed()});
     }
-    if (cases.last().isEmpty())
-        cases.removeLast();
     return cases;
 }
 
-QStringList values(const Case& c, QByteArrayView key) {
-    QStringList out;
-    for (const auto& [k, v] : c)
-        if (k == key)
-            out << CodePage::toUnicode(v);
+QList<QStringList> values(const Case& c, QByteArrayView key) {
+    QList<QStringList> out;
+    for (const auto& [k, v] : c) {
+        if (k != key)
+            continue;
+        out.append(QStringList());
+        for (const QByteArray& field : v.split('|'))
+            out.last() << CodePage::toUnicode(QByteArray::fromPercentEncoding(field));
+    }
     return out;
 }

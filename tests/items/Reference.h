@@ -1,16 +1,17 @@
 #pragma once
 
-#include <QByteArray>
-#include <QByteArrayView>
+#include "symbols/symtable.h"
+
+#include <QBuffer>
 #include <QList>
-#include <QString>
 #include <QStringList>
 
 #include <utility>
 
+class FlexGridModel;
+
 // What a scan of a unit's file gives. Rows: a favorite as name, code, symbol; a track as
-// name, code, name as the source writes it. starts counts "<wpt" (favorites) or "<trk>"
-// (tracks) starts; scratch is the tracks scratch file.
+// name, code, name as the source writes it. starts counts "<wpt" or "<trk>" starts.
 struct Scan {
     QList<QStringList> rows;
     QString header;
@@ -20,25 +21,38 @@ struct Scan {
     QByteArray scratch;
 };
 
-// The two loaders read one character at a time, straight from their rules: slow on purpose,
-// the oracle of the block-wise scanners.
+// The loaders one character at a time, straight from their rules: the scanners' oracle.
 Scan referenceFavorites(QByteArrayView source);
 Scan referenceTracks(QByteArrayView source);
-
-// The block-wise scanners fed the source cut into blocks of the given sizes, used in turn
-// (no sizes: one block); every block is fed, also after the scan stopped.
+// The scanners fed the source in blocks of the given sizes, used in turn (none: one block);
+// every block is fed, also after the scan stopped.
 Scan scanFavorites(QByteArrayView source, const QList<qsizetype>& sizes);
 Scan scanTracks(QByteArrayView source, const QList<qsizetype>& sizes, qsizetype bufferSize);
-
-// The scan in one line per field and row, for comparing and printing.
+// A scan as lines: header, starts, one line per row (fields joined by "|"), scratch.
 QStringList lines(const Scan& scan);
-// Empty when the scanners agree with the references on the source, else the first difference.
-QString compareFavorites(QByteArrayView source, const QList<qsizetype>& sizes);
-QString compareTracks(QByteArrayView source, const QList<qsizetype>& sizes, qsizetype bufferSize);
+// Empty when both scanners agree with the references, else the first difference.
+QString compareScanners(QByteArrayView source, const QList<qsizetype>& sizes, qsizetype bufferSize);
 
-// Test case files: blocks of "key: value" lines parted by blank lines, "#" lines ignored.
-// Values are unescaped: \r \n \t \\ and \xHH.
+// The export bodies from the export's rules, the whole scratch file at hand. rows are the
+// item rows (mark, name, code, symbol); sourceNames[r] is searched for grid row r.
+QByteArray referenceFavoritesBody(const QList<QStringList>& rows, const QList<SymbolPair>* table);
+QByteArray referenceTracksBody(const QList<QStringList>& rows, const QStringList& sourceNames,
+                               const QByteArray& scratch);
+// The heading row, then the item rows.
+void fillGrid(FlexGridModel& grid, const QList<QStringList>& rows);
+
+// Reads at most 7 bytes at a time; reads and writes past failAt fail.
+class Device : public QBuffer {
+public:
+    qint64 failAt = -1;
+
+protected:
+    qint64 readData(char* data, qint64 size) override;
+    qint64 writeData(const char* data, qint64 size) override;
+};
+
+// Case files: "key: value" lines, a new case at each "case" key, "#" lines ignored. A value
+// is split into fields at "|"; each is percent-encoded Windows-1252.
 using Case = QList<std::pair<QByteArray, QByteArray>>;
-QByteArray unescaped(QByteArrayView text);
-QList<Case> readCases(const QString& path);
-QStringList values(const Case& c, QByteArrayView key);
+QList<Case> readCases(const QString& name);
+QList<QStringList> values(const Case& c, QByteArrayView key);

@@ -1,12 +1,13 @@
 // The item grid: its cells, the heading row, widths in twips, the current cell and its
-// events, the marks, and the headings and widths each load gives it.
+// events, and the marks.
 
-#include "app/MainWindowFixture.h"
+#include "items/FlexGrid.h"
 #include "items/ItemMarks.h"
 
 #include <QAbstractItemModelTester>
 #include <QHeaderView>
 #include <QSignalSpy>
+#include <QTest>
 
 class ItemGridTest : public QObject {
     Q_OBJECT
@@ -121,38 +122,6 @@ private slots:
         QCOMPARE(grid.Row(), 2);
         grid.setFixedRows(0);
         QVERIFY(!grid.isRowHidden(0) && !grid.horizontalHeader()->isVisible());
-    }
-
-    void eachLoadSetsHeadingsAndWidths_data() {
-        QTest::addColumn<bool>("tracks");
-        QTest::addColumn<QStringList>("texts");
-        QTest::addColumn<QList<int>>("twips");
-        QTest::newRow("favorites")
-            << false
-            << QStringList{" ", "NAME", "FAVORITE'S XML CODE", "SYMBOL", " ", "A", "--- NONE ---"}
-            << QList<int>{240, 4440, 0, 1560};
-        QTest::newRow("tracks") << true << QStringList{" ", "TRACK NAME", "BLANK", "", " ", "T", ""}
-                                << QList<int>{240, 6240, 0, 0};
-    }
-
-    void eachLoadSetsHeadingsAndWidths() {
-        QFETCH(bool, tracks);
-        QFETCH(QStringList, texts);
-        QFETCH(QList<int>, twips);
-        MainWindowFixture f;
-        frmForm1& w =
-            f.startWithSource("<gpx><wpt><name>A</name></wpt><trk><name>T</name></trk></gpx>");
-        (tracks ? w.mnuSelectTracks : w.mnuSelectFavorites)->trigger();
-        QStringList cells;
-        for (int c = 0; c < 4; ++c) {
-            cells << w.Grid1->TextMatrix(0, c);
-            QCOMPARE(w.Grid1->ColWidth(c), twips[c]);
-            QCOMPARE(w.Grid1->isColumnHidden(c) ? 0 : w.Grid1->columnWidth(c), twips[c] / 15);
-        }
-        cells << w.Grid1->TextMatrix(1, 0) << w.Grid1->TextMatrix(1, 1)
-              << w.Grid1->TextMatrix(1, 3);
-        QCOMPARE(cells, texts);
-        QCOMPARE(w.Grid1->FixedRows(), 1);
     }
 };
 
