@@ -104,7 +104,7 @@ private slots:
         QVERIFY(grid.currentIndex().isValid());
         grid.setFixedRows(1); // the heading can never be the current row
         QVERIFY(!grid.currentIndex().isValid() && grid.isRowHidden(0) && !grid.isRowHidden(1));
-        QVERIFY(grid.horizontalHeader()->isVisible());
+        QVERIFY(grid.horizontalHeader()->isVisible() && !grid.verticalHeader()->isVisible());
         QSignalSpy click(&grid, &FlexGrid::Click), change(&grid, &FlexGrid::RowColChange),
             key(&grid, &FlexGrid::KeyPress);
         for (const auto& [row, col] : {std::pair{0, 0}, {2, 0}, {2, 3}, {4, 3}, {2, 4}, {-1, 3}})
