@@ -1,12 +1,16 @@
 // The export writer against its reference on cases from the rules and on real files, the free
 // file name, what a failure reports, and the name the main window gives the file.
 
+#include "FileSizeLimit.h"
 #include "Reference.h"
 
 #include "app/MainWindowFixture.h"
 #include "export/ExportWriter.h"
 #include "text/CodePage.h"
 #include "text/TextHelpers.h"
+
+#include <cerrno>
+#include <cstring>
 
 namespace {
 
@@ -172,6 +176,22 @@ private slots:
         QCOMPARE(QDir(dir.path()).entryList(all).size(), existing.size() + 1);
         for (const QString& name : existing)
             QVERIFY(name.endsWith(u'/') || bytesOf(dir.filePath(name)) == name.toLatin1());
+    }
+
+    // A full disk: the reason, and no file left behind.
+    void fullDiskLeavesNothing() {
+        QTemporaryDir dir;
+        FlexGridModel grid(4);
+        fillGrid(grid, {{"X", "A", "<wpt/>", "S"}});
+        ExportResult result;
+        {
+            FileSizeLimit full(3);
+            result = exportFavorites(dir.path(), "A", "<gpx>", grid, nullptr);
+        }
+        QCOMPARE(result.error, "The file " + dir.filePath("A.gpx") + " can't be written: " +
+                                   QString::fromLocal8Bit(std::strerror(EFBIG)));
+        QVERIFY(result.path.isEmpty() &&
+                QDir(dir.path()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
     }
 
     // The main window names the file after the first marked item that has a name; each load
