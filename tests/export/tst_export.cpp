@@ -178,8 +178,8 @@ private slots:
             QVERIFY(name.endsWith(u'/') || bytesOf(dir.filePath(name)) == name.toLatin1());
     }
 
-    // A full disk: the reason, and no file left behind.
-    void fullDiskLeavesNothing() {
+    // A full disk, or a scratch file that is a folder: the reason, and no file left behind.
+    void failuresSayWhyAndLeaveNothing() {
         QTemporaryDir dir;
         FlexGridModel grid(4);
         fillGrid(grid, {{"X", "A", "<wpt/>", "S"}});
@@ -190,6 +190,10 @@ private slots:
         }
         QCOMPARE(result.error, "The file " + dir.filePath("A.gpx") + " can't be written: " +
                                    QString::fromLocal8Bit(std::strerror(EFBIG)));
+        result = exportTracks(dir.path(), "A", "<gpx>", grid, {}, dir.path());
+        QVERIFY(result.scratchUnreadable);
+        QCOMPARE(result.error,
+                 "The file " + dir.path() + " can't be read: it is not a regular file.");
         QVERIFY(result.path.isEmpty() &&
                 QDir(dir.path()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
     }
