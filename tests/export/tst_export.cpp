@@ -1,0 +1,247 @@
+// The export writer against its reference on cases from the rules and on real files, the free
+// file name, what a failure reports, and the name the main window gives the file.
+
+#include "FileSizeLimit.h"
+#include "Reference.h"
+
+#include "app/MainWindowFixture.h"
+#include "export/ExportWriter.h"
+#include "text/CodePage.h"
+#include "text/TextHelpers.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+QByteArray bytesOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
+}
+
+QByteArray joined(const QList<QStringList>& values) {
+    QByteArray out;
+    for (const QStringList& value : values)
+        out += CodePage::fromUnicode(value.join(u'|'));
+    return out;
+}
+
+// Each heading with its width in twips (15 to a pixel, 0 hides the column), then row 1's name.
+QString headings(frmForm1& w) {
+    QStringList cells;
+    for (int c = 0; c < 4; ++c) {
+        cells << w.Grid1->TextMatrix(0, c) + " " + QString::number(w.Grid1->ColWidth(c));
+        if ((w.Grid1->isColumnHidden(c) ? 0 : w.Grid1->columnWidth(c) * 15) != w.Grid1->ColWidth(c))
+            cells << "(shown width differs)";
+    }
+    return cells.join(u'|') + "|" + w.Grid1->TextMatrix(1, 1);
+}
+
+} // namespace
+
+class ExportTest : public QObject {
+    Q_OBJECT
+private slots:
+    void bodiesFromTheRules_data() {
+        QTest::addColumn<QList<QStringList>>("rows");
+        QTest::addColumn<QList<QStringList>>("table");
+        QTest::addColumn<QByteArray>("scratch");
+        QTest::addColumn<QStringList>("sourceNames");
+        QTest::addColumn<QByteArray>("expected");
+        for (const Case& c : readCases(QStringLiteral("export_bodies.txt")))
+            QTest::newRow(joined(values(c, "case")).constData())
+                << values(c, "row") << values(c, "table")
+                << (c.contains({"scratch", ""}) ? QByteArray("") : joined(values(c, "scratch")))
+                << QStringList{QString()} + values(c, "source").value(0)
+                << joined(values(c, "out"));
+    }
+
+    // Tracks (with a scratch file, read in short pieces) or favorites (with the table, or
+    // without conversion); then again on devices that fail half way.
+    void bodiesFromTheRules() {
+        QFETCH(QList<QStringList>, rows);
+        QFETCH(QList<QStringList>, table);
+        QFETCH(QByteArray, scratch);
+        QFETCH(QStringList, sourceNames);
+        QFETCH(QByteArray, expected);
+        FlexGridModel grid(4);
+        fillGrid(grid, rows);
+        QList<SymbolPair> pairs;
+        for (const QStringList& pair : table)
+            pairs.append({pair.value(0), pair.value(1)});
+        const QList<SymbolPair>* conversion = pairs.isEmpty() ? nullptr : &pairs;
+        for (const qint64 failAt : {qint64(-1), expected.size() / 2}) {
+            Device out, in;
+            out.failAt = failAt;
+            out.open(QIODevice::WriteOnly);
+            in.setData(scratch);
+            in.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+            const bool written = scratch.isNull() ? writeFavoritesBody(out, grid, conversion)
+                                                  : writeTracksBody(out, in, grid, sourceNames) ==
+                                                        TracksBody::Written;
+            QCOMPARE(written, failAt < 0 || expected.isEmpty());
+            if (failAt < 0)
+                QCOMPARE(out.data(), expected);
+            if (scratch.isNull())
+                continue;
+            QCOMPARE(referenceTracksBody(rows, sourceNames, scratch), expected);
+            QBuffer sink;
+            sink.open(QIODevice::WriteOnly);
+            in.failAt = in.pos() - 1; // reading on fails from here
+            if (!in.atEnd() && failAt >= 0)
+                QCOMPARE(writeTracksBody(sink, in, grid, sourceNames), TracksBody::ReadFailed);
+        }
+        if (scratch.isNull())
+            QCOMPARE(referenceFavoritesBody(rows, conversion), expected);
+    }
+
+    // Real files as the loads list them: every other favorite marked, symbols converted by
+    // the default table; every other track, found by its name as the source writes it.
+    void realFilesAreExportedByteForByte() {
+        const QDir corpus(QStringLiteral(TARNWICK_CORPUS));
+        if (!corpus.exists())
+            QSKIP("The shared GPX corpus is not present beside the checkout.");
+        QTemporaryDir dir;
+        const QString scratchPath = dir.filePath(QStringLiteral("TEMP.TMP"));
+        const QList<SymbolPair>& table = symtable::defaultTable();
+        for (const QString& file : corpus.entryList({"*.gpx"})) {
+            const QByteArray source = bytesOf(corpus.filePath(file));
+            for (const bool tracks : {false, true}) {
+                const Scan scan = tracks ? scanTracks(source, {}, 4096) : scanFavorites(source, {});
+                QList<QStringList> rows;
+                QStringList sourceNames{QString()};
+                for (const QStringList& item : scan.rows) {
+                    rows.append({rows.size() % 2 ? " " : "X", item[0], item[1], item[2]});
+                    sourceNames << item[2];
+                }
+                FlexGridModel grid(4);
+                fillGrid(grid, rows);
+                MainWindowFixture::writeFile(scratchPath, scan.scratch);
+                const ExportResult result =
+                    tracks
+                        ? exportTracks(dir.path(), "T", scan.header, grid, sourceNames, scratchPath)
+                        : exportFavorites(dir.path(), "F", scan.header, grid, &table);
+                const QByteArray body = tracks
+                                            ? referenceTracksBody(rows, sourceNames, scan.scratch)
+                                            : referenceFavoritesBody(rows, &table);
+                QVERIFY2(bytesOf(result.path) ==
+                             CodePage::fromUnicode(scan.header) + "\r\n" + body + "</gpx>\r\n",
+                         qPrintable(file + (tracks ? " tracks" : " favorites")));
+            }
+        }
+    }
+
+    // The first free of «Home.gpx», «Home 1.gpx», ... without regard to case; the export
+    // takes it and leaves what was there as it was.
+    void exportTakesTheFirstFreeName_data() {
+        QTest::addColumn<QStringList>("existing");
+        QTest::addColumn<QString>("base");
+        QTest::addColumn<QString>("expected");
+        QStringList ten{"A.gpx"};
+        for (int i = 1; i <= 10; ++i)
+            ten << QStringLiteral("A %1.gpx").arg(i);
+        QTest::newRow("free") << QStringList{} << "Home"
+                              << "Home";
+        QTest::newRow("two taken") << QStringList{"Home.gpx", "Home 1.gpx"} << "Home"
+                                   << "Home 2";
+        QTest::newRow("another case") << QStringList{"HOME.GPX", "home 1.Gpx"} << "Home"
+                                      << "Home 2";
+        QTest::newRow("a gap") << QStringList{"Home.gpx", "Home 2.gpx"} << "Home"
+                               << "Home 1";
+        QTest::newRow("past ten") << ten << "A"
+                                  << "A 11";
+        QTest::newRow("other names") << QStringList{"Home.txt", "Home", "Home.gpx.bak"} << "Home"
+                                     << "Home";
+        QTest::newRow("a folder") << QStringList{"Home.gpx/"} << "Home"
+                                  << "Home 1";
+        QTest::newRow("no name") << QStringList{".gpx", " 1.gpx"} << ""
+                                 << " 2";
+    }
+
+    void exportTakesTheFirstFreeName() {
+        QFETCH(QStringList, existing);
+        QFETCH(QString, base);
+        QFETCH(QString, expected);
+        QTemporaryDir dir;
+        for (const QString& name : existing)
+            name.endsWith(u'/') ? (void)QDir(dir.path()).mkdir(name.chopped(1))
+                                : MainWindowFixture::writeFile(dir.filePath(name), name.toLatin1());
+        QCOMPARE(freeExportName(dir.path(), base), expected);
+        FlexGridModel grid(4);
+        fillGrid(grid, {{"X", "Home", "<wpt/>", "S"}});
+        const ExportResult result = exportFavorites(dir.path(), base, "<gpx>", grid, nullptr);
+        QCOMPARE(result.path, dir.filePath(expected + ".gpx"));
+        QCOMPARE(bytesOf(result.path), QByteArray("<gpx>\r\n<wpt/>\r\n</gpx>\r\n"));
+        const auto all = QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden;
+        QCOMPARE(QDir(dir.path()).entryList(all).size(), existing.size() + 1);
+        for (const QString& name : existing)
+            QVERIFY(name.endsWith(u'/') || bytesOf(dir.filePath(name)) == name.toLatin1());
+    }
+
+    // A full disk, or a scratch file that is a folder: the reason, and no file left behind.
+    void failuresSayWhyAndLeaveNothing() {
+        QTemporaryDir dir;
+        FlexGridModel grid(4);
+        fillGrid(grid, {{"X", "A", "<wpt/>", "S"}});
+        ExportResult result;
+        {
+            FileSizeLimit full(3);
+            result = exportFavorites(dir.path(), "A", "<gpx>", grid, nullptr);
+        }
+        QCOMPARE(result.error, "The file " + dir.filePath("A.gpx") + " can't be written: " +
+                                   QString::fromLocal8Bit(std::strerror(EFBIG)));
+        result = exportTracks(dir.path(), "A", "<gpx>", grid, {}, dir.path());
+        QVERIFY(result.scratchUnreadable);
+        QCOMPARE(result.error,
+                 "The file " + dir.path() + " can't be read: it is not a regular file.");
+        QVERIFY(result.path.isEmpty() &&
+                QDir(dir.path()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+    }
+
+    // The main window names the file after the first marked item that has a name; each load
+    // sets the headings and widths of the grid.
+    void exportNamesTheFileAfterTheFirstMarkedName_data() {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("marks");
+        QTest::addColumn<QString>("file");
+        QTest::newRow("first marked") << QStringList{"A", "B"} << "XX"
+                                      << "A.gpx";
+        QTest::newRow("unmarked passed over") << QStringList{"A", "B"} << " X"
+                                              << "B.gpx";
+        QTest::newRow("empty first marked name") << QStringList{"", "B"} << "XX"
+                                                 << "B.gpx";
+        QTest::newRow("every marked name empty") << QStringList{"", "B"} << "X "
+                                                 << ".gpx";
+        QTest::newRow("cleaned") << QStringList{QStringLiteral("Joe&apos;s Caf\u00e9 #2")} << "X"
+                                 << "Joe's Caf 2.gpx";
+        QTest::newRow("taken in another case") << QStringList{"Home", "HOME"} << "X"
+                                               << "Home 1.gpx";
+    }
+
+    void exportNamesTheFileAfterTheFirstMarkedName() {
+        QFETCH(QStringList, names);
+        QFETCH(QString, marks);
+        QFETCH(QString, file);
+        QByteArray source = "<gpx>";
+        for (const QString& name : names)
+            source += "<wpt><name>" + CodePage::fromUnicode(name) + "</name></wpt>";
+        MainWindowFixture f;
+        frmForm1& w = f.startWithSource(source + "</gpx>");
+        w.mnuSelectFavorites->trigger();
+        QCOMPARE(headings(w), "  240|NAME 4440|FAVORITE'S XML CODE 0|SYMBOL 1560|" +
+                                  DecodeXmlEntities(names.value(0)));
+        const QString output = f.device(QStringLiteral("Nuvi_1")) + "/output";
+        QDir().mkpath(output);
+        f.writeFile(output + "/HOME.GPX", "old");
+        for (int row = 1; row <= marks.size(); ++row)
+            w.Grid1->setTextMatrix(row, 0, marks.mid(row - 1, 1));
+        w.mnuExport->trigger();
+        QVERIFY2(QFileInfo::exists(output + "/" + file), qPrintable(f.messages.join(u'\n')));
+        QCOMPARE(QDir(output).entryList(QDir::Files | QDir::Hidden).size(), 2);
+        w.mnuSelectTracks->trigger();
+        QCOMPARE(headings(w), "  240|TRACK NAME 6240|BLANK 0| 0|");
+    }
+};
+
+QTEST_MAIN(ExportTest)
+#include "tst_export.moc"

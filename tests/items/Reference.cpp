@@ -1,0 +1,213 @@
+#include "Reference.h"
+
+#include "items/FavoritesScanner.h"
+#include "items/TracksScanner.h"
+#include "text/CodePage.h"
+#include "text/TextHelpers.h"
+
+#include <QFile>
+
+namespace {
+
+// Position of the first occurrence counted from 1, 0 when absent.
+qsizetype inStr(const QString& text, const char* what) {
+    return text.indexOf(QLatin1String(what)) + 1;
+}
+
+QStringList favoriteRow(const QString& t) {
+    qsizetype at = inStr(t, "<name>") + 6;
+    qsizetype length = inStr(t, "</name>") - at;
+    const QString name = length < 0 ? QString() : DecodeXmlEntities(t.mid(at - 1, length));
+    at = inStr(t, "<sym>") + 5;
+    length = inStr(t, "</sym>") - at;
+    return {name, t,
+            length < 1 ? QStringLiteral("--- NONE ---") : DecodeXmlEntities(t.mid(at - 1, length))};
+}
+
+QList<QByteArrayView> blocks(QByteArrayView source, const QList<qsizetype>& sizes) {
+    QList<QByteArrayView> out;
+    for (qsizetype at = 0, i = 0; at < source.size(); at += out.last().size())
+        out << source.sliced(at, sizes.isEmpty()
+                                     ? source.size() - at
+                                     : qMin(sizes[i++ % sizes.size()], source.size() - at));
+    return out;
+}
+
+QString firstDifference(const Scan& want, const Scan& got) {
+    const QStringList expected = lines(want), actual = lines(got);
+    for (qsizetype i = 0; i < qMax(expected.size(), actual.size()); ++i)
+        if (expected.value(i, "(none)") != actual.value(i, "(none)"))
+            return QStringLiteral("line %1: expected «%2», got «%3»")
+                .arg(i)
+                .arg(expected.value(i, "(none)").left(300), actual.value(i, "(none)").left(300));
+    return {};
+}
+
+} // namespace
+
+Scan referenceFavorites(QByteArrayView source) {
+    Scan r;
+    QString work, item;
+    for (qsizetype i = 0; i < source.size() && !r.stopped; ++i) {
+        QChar ch = CodePage::toChar(uchar(source[i]));
+        if (ch == u'\r')
+            continue;
+        if (ch == u'\n')
+            ch = u' ';
+        if (ch == u'<')
+            item += std::exchange(work, {});
+        work += ch;
+        r.stopped = work == u"<trk>" || work == u"</gpx>";
+        if (work == u"<wpt" || r.stopped) {
+            r.starts += !r.stopped;
+            if (r.hasHeader)
+                r.rows << favoriteRow(item);
+            else
+                r.header = item;
+            r.hasHeader = true;
+            item.clear();
+        }
+    }
+    return r;
+}
+
+Scan referenceTracks(QByteArrayView source) {
+    Scan r;
+    QString work, item;
+    bool listed = false;
+    const auto write = [&r](const QString& text, const char* end = "") {
+        r.scratch += CodePage::fromUnicode(text) + end;
+    };
+    for (qsizetype i = 0; i < source.size() && !r.stopped; ++i) {
+        QChar ch = CodePage::toChar(uchar(source[i]));
+        if (ch == u'<')
+            item += std::exchange(work, {});
+        else if (ch == u'\r')
+            continue;
+        else if (ch == u'\n')
+            ch = u' ';
+        work += ch;
+        if ((work == u"<trk>" || work == u"<wpt") && !r.hasHeader) {
+            r.header = item;
+            r.hasHeader = true;
+        }
+        if (work == u"<wpt")
+            item.clear();
+        if (ch != u'>')
+            continue;
+        if (work == u"<trk>") {
+            write((r.starts++ ? item : QString()) + work);
+            listed = false;
+        } else if (work == u"</name>") {
+            // The first name of a track names it; a track without one gets no row.
+            if (r.starts > 0 && !listed && inStr(item, "<name>") > 0) {
+                const QString name = item.mid(inStr(item, "<name>") + 5);
+                r.rows << QStringList{DecodeXmlEntities(name), item, name};
+                listed = true;
+            }
+            continue;
+        } else if (work == u"</trkpt>") {
+            write(item + work, "\r\n");
+        } else if (work == u"<trkseg>" || work == u"</trk>") {
+            write(item, "\r\n");
+            write(work, "\r\n");
+        } else if (work == u"</gpx>") {
+            write(work, "\r\n");
+            r.stopped = true;
+        } else {
+            continue;
+        }
+        work.clear();
+        item.clear();
+    }
+    return r;
+}
+
+Scan scanFavorites(QByteArrayView source, const QList<qsizetype>& sizes) {
+    Scan r;
+    FavoritesScanner scanner;
+    bool goesOn = true;
+    for (const QByteArrayView block : blocks(source, sizes)) {
+        goesOn = scanner.feed(block);
+        for (const FavoriteItem& item : scanner.takeItems())
+            r.rows << QStringList{item.name, item.code, item.symbol};
+    }
+    r.header = scanner.header();
+    r.hasHeader = scanner.hasHeader();
+    r.stopped = scanner.stopped();
+    r.starts = goesOn == r.stopped ? -1 : scanner.itemStarts();
+    return r;
+}
+
+Scan scanTracks(QByteArrayView source, const QList<qsizetype>& sizes, qsizetype bufferSize) {
+    Scan r;
+    QBuffer scratch(&r.scratch);
+    scratch.open(QIODevice::WriteOnly);
+    TracksScanner scanner(&scratch, bufferSize);
+    bool goesOn = true;
+    for (const QByteArrayView block : blocks(source, sizes)) {
+        goesOn = scanner.feed(block);
+        for (const TrackItem& item : scanner.takeItems())
+            r.rows << QStringList{item.name, item.code, item.sourceName};
+    }
+    const bool finished = scanner.finish() && !scanner.writeFailed();
+    r.header = scanner.header();
+    r.hasHeader = scanner.hasHeader();
+    r.stopped = scanner.stopped();
+    r.starts = goesOn == r.stopped || !finished ? -1 : scanner.trackStarts();
+    return r;
+}
+
+QStringList lines(const Scan& scan) {
+    QStringList out{
+        scan.hasHeader ? QStringLiteral("header ") + scan.header : QStringLiteral("no header"),
+        QStringLiteral("starts %1%2").arg(scan.starts).arg(scan.stopped ? ", stopped" : "")};
+    for (const QStringList& row : scan.rows)
+        out << row.join(u'|');
+    if (!scan.scratch.isEmpty())
+        out << QStringLiteral("scratch ") + CodePage::toUnicode(scan.scratch);
+    return out;
+}
+
+QString compareScanners(QByteArrayView source, const QList<qsizetype>& sizes,
+                        qsizetype bufferSize) {
+    return firstDifference(referenceFavorites(source), scanFavorites(source, sizes)) +
+           firstDifference(referenceTracks(source), scanTracks(source, sizes, bufferSize));
+}
+
+qint64 Device::readData(char* data, qint64 size) {
+    return failAt >= 0 && pos() >= failAt ? -1 : QBuffer::readData(data, qMin<qint64>(size, 7));
+}
+
+qint64 Device::writeData(const char* data, qint64 size) {
+    if (failAt >= 0 && pos() >= failAt)
+        return -1;
+    return QBuffer::writeData(data, failAt < 0 ? size : qMin(size, failAt - pos()));
+}
+
+QList<Case> readCases(const QString& name) {
+    QFile file(QStringLiteral(TARNWICK_TEST_DATA "/") + name);
+    QList<Case> cases;
+    if (!file.open(QIODevice::ReadOnly))
+        return cases;
+    for (const QByteArray& line : file.readAll().split('\n')) {
+        const qsizetype colon = line.indexOf(':');
+        if (line.startsWith("case:"))
+            cases.append(Case());
+        if (!line.startsWith('#') && colon > 0 && !cases.isEmpty())
+            cases.last().append({line.left(colon), line.mid(colon + 1).trimmed()});
+    }
+    return cases;
+}
+
+QList<QStringList> values(const Case& c, QByteArrayView key) {
+    QList<QStringList> out;
+    for (const auto& [k, v] : c) {
+        if (k != key)
+            continue;
+        out.append(QStringList());
+        for (const QByteArray& field : v.split('|'))
+            out.last() << CodePage::toUnicode(QByteArray::fromPercentEncoding(field));
+    }
+    return out;
+}
