@@ -228,10 +228,12 @@ private:
             }
             break;
         }
-        case ClickRow:
-            if (w->Grid1->Rows() > 1)
-                f.clickGrid(1 + int(s.arg % qMin(w->Grid1->Rows() - 1, 6)));
+        case ClickRow: { // the heading row is an ordinary row until a load ends
+            const int first = w->Grid1->FixedRows();
+            if (w->Grid1->Rows() > first)
+                f.clickGrid(first + int(s.arg % qMin(w->Grid1->Rows() - first, 6)));
             break;
+        }
         case SelectAll:
             (s.arg & 1 ? w->mnuSelectAllItems : w->mnuUnselectAllItems)->trigger();
             break;
@@ -402,6 +404,8 @@ private:
             return QStringLiteral("window [%1], the model says [%2]").arg(shown, model);
         f.messages.clear();
         messages.clear();
+        if (w->Grid1->Rows() > 0 && w->Grid1->TextMatrix(0, 0) == QLatin1String("X"))
+            return QStringLiteral("the heading row is marked");
         // Export usable: the grid on screen holds the rows of the current device's source.
         if (w->mnuExport->isEnabled() &&
             (!w->Grid1->isVisible() || gridFrom != f.device(device) + "/" + source))
