@@ -613,11 +613,13 @@ ExportResult exportTracks(const QString& outputFolder, const QString& base, cons
         !scratch.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         ExportResult result;
         result.scratchUnreadable = true;
+        // A missing file never reached open(), which would have said why.
+        const QString reason =
+            !QFileInfo::exists(scratchPath)    ? QString::fromLocal8Bit(std::strerror(ENOENT))
+            : !QFileInfo(scratchPath).isFile() ? QStringLiteral("it is not a regular file.")
+                                               : scratch.errorString();
         result.error = QStringLiteral("The file %1 can't be read: %2")
-                           .arg(QDir::toNativeSeparators(scratchPath),
-                                QFileInfo::exists(scratchPath) && !QFileInfo(scratchPath).isFile()
-                                    ? QStringLiteral("it is not a regular file.")
-                                    : scratch.errorString());
+                           .arg(QDir::toNativeSeparators(scratchPath), reason);
         return result;
     }
     return writeExport(outputFolder, base, header, [&](QIODevice& out, QString& error) {
