@@ -1,7 +1,9 @@
 #include "app/WindowLayout.h"
 
 #include <QEvent>
+#include <QHeaderView>
 #include <QRect>
+#include <QTableView>
 #include <QVariant>
 #include <QWidget>
 
@@ -31,6 +33,10 @@ WindowLayout::WindowLayout(QWidget* client)
     : QObject(client)
     , m_client(client) {
     client->installEventFilter(this);
+    // The last column of a grid takes the width the grid gains, so that long symbol and
+    // track names show whole.
+    for (QTableView* grid : client->findChildren<QTableView*>())
+        grid->horizontalHeader()->setStretchLastSection(true);
 }
 
 void WindowLayout::apply() {
