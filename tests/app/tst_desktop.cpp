@@ -11,8 +11,10 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
+#include <QProgressBar>
 #include <QScrollBar>
 #include <QStandardPaths>
+#include <QStatusBar>
 
 namespace {
 
@@ -83,6 +85,7 @@ void DesktopTest::commandsReportWhatTheyDid() {
             QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, {});
             QApplication::sendEvent(&w, &enter);
             QApplication::sendEvent(&w, &drop);
+            QVERIFY(enter.isAccepted());
         }
         seen = w.statusReports()->text();
         if (step == "shown") {
@@ -90,8 +93,14 @@ void DesktopTest::commandsReportWhatTheyDid() {
             seen = w.Grid1->displayed(cell) + '|' + cell;
         } else if (step == "drop" || step == "source")
             seen = w.SourceFileName;
-        else if (step == "link")
-            seen = QFileInfo(w.statusReports()->link()).fileName();
+        else if (step == "link") {
+            const QString href = QUrl::fromLocalFile(w.statusReports()->link()).toString();
+            seen = w.statusBar()->findChild<QLabel*>()->text().contains(href)
+                       ? QFileInfo(w.statusReports()->link()).fileName()
+                       : "no link";
+        }
+        // A command that ended leaves no progress showing.
+        QVERIFY(!w.statusBar()->findChild<QProgressBar*>()->isVisible());
         QVERIFY2(expected.isEmpty() || matches(seen, expected),
                  qPrintable(step + ' ' + arg + ": " + seen));
     }
