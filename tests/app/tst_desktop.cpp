@@ -73,6 +73,9 @@ void DesktopTest::commandsReportWhatTheyDid() {
             w.Grid1->setFocus();
             w.Grid1->setRow(arg.toInt());
             QTest::keyClick(w.Grid1, Qt::Key_Space);
+        } else if (step == "jam") {
+            QFile::remove(f.device("Nuvi_1") + '/' + arg);
+            QDir().mkpath(f.device("Nuvi_1") + '/' + arg);
         } else if (step == "vanish")
             QFile::remove(w.CurrentFolder + '/' + w.SourceFileName);
         else if (step == "source")
