@@ -10,6 +10,8 @@ DriveListBox::DriveListBox(QWidget* parent)
     : QComboBox(parent) {
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     connect(this, &QComboBox::activated, this, &DriveListBox::userPicked);
+    connect(this, &QComboBox::currentIndexChanged, this,
+            [this](int index) { setToolTip(itemData(index, Qt::ToolTipRole).toString()); });
     refresh();
 }
 
@@ -67,6 +69,11 @@ void DriveListBox::setVolumes(const QList<Volume>& volumes) {
     fill();
 }
 
+void DriveListBox::updateVolumes(const QList<Volume>& volumes) {
+    m_volumes = volumes;
+    fill();
+}
+
 void DriveListBox::showPopup() {
     refresh();
     QComboBox::showPopup();
@@ -81,9 +88,11 @@ void DriveListBox::fill() {
             if (!volume.garminModel.isEmpty())
                 text += QStringLiteral(" - ") + volume.garminModel;
             addItem(text, QDir::cleanPath(volume.rootPath));
+            // The box is narrow: the tooltip shows the whole name, and where the unit's
+            // files are.
             if (!volume.gpxFolder.isEmpty())
-                setItemData(count() - 1, QDir::toNativeSeparators(volume.gpxFolder),
-                            Qt::ToolTipRole);
+                text += QLatin1Char('\n') + QDir::toNativeSeparators(volume.gpxFolder);
+            setItemData(count() - 1, text, Qt::ToolTipRole);
         }
     }
 
@@ -115,8 +124,11 @@ qsizetype DriveListBox::indexOfRoot(const QString& root) const {
 }
 
 void DriveListBox::selectIndex(qsizetype index) {
-    const QSignalBlocker blocker(this);
-    setCurrentIndex(int(index));
+    {
+        const QSignalBlocker blocker(this);
+        setCurrentIndex(int(index));
+    }
+    setToolTip(itemData(int(index), Qt::ToolTipRole).toString());
 }
 
 void DriveListBox::userPicked(int index) {

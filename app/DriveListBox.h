@@ -32,6 +32,8 @@ public:
     // Lists the given volumes instead of the mounted ones (tests use made-up volumes).
     void setVolumes(const QList<Volume>& volumes);
     QList<Volume> volumes() const { return m_volumes; }
+    // Lists volumes read elsewhere (a watch that noticed a change), as refresh() would.
+    void updateVolumes(const QList<Volume>& volumes);
 
     void showPopup() override;
 

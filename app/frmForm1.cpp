@@ -2,8 +2,13 @@
 
 #include "app/DirListBox.h"
 #include "app/DriveListBox.h"
+#include "app/FileDrop.h"
 #include "app/FileListBox.h"
 #include "app/StatusColours.h"
+#include "app/StatusReports.h"
+#include "app/VolumeWatch.h"
+#include "app/WindowLayout.h"
+#include "app/WindowSettings.h"
 #include "dialogs/Dialogs.h"
 #include "help/HelpWindow.h"
 #include "items/FlexGrid.h"
@@ -23,6 +28,8 @@
 #include <QListWidget>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QShortcut>
+#include <QStatusBar>
 
 #include <utility>
 
@@ -57,7 +64,20 @@ frmForm1::frmForm1(QWidget* parent)
     setWindowTitle(QStringLiteral("Tarnwick"));
     buildControls();
     buildMenus();
+    m_reports = new StatusReports(statusBar(), Grid1->gridModel());
+    // The window opens at its designed size (the client area, the menu bar and the status
+    // bar) and may grow from there.
+    new WindowLayout(centralWidget());
+    resize(sizeHint());
+    m_settings = new WindowSettings(this);
+    new VolumeWatch(Drive1);
+    new FileDrop(this, [this](const QString& path) {
+        if (mnuOpen->isEnabled())
+            mnuOpen_Click();
+        chooseSourceFile(path);
+    });
     connectHandlers();
+    connectKeys();
     Form_Load();
 }
 
@@ -66,7 +86,7 @@ frmForm1::~frmForm1() = default;
 void frmForm1::buildControls() {
     auto* client = new QWidget(this);
     client->setObjectName(QStringLiteral("client"));
-    client->setFixedSize(6825 / twipsPerPixel, 5880 / twipsPerPixel);
+    client->setMinimumSize(6825 / twipsPerPixel, 5880 / twipsPerPixel);
     QPalette background = client->palette();
     background.setColor(QPalette::Window, paleCyan);
     client->setPalette(background);
@@ -169,24 +189,27 @@ void frmForm1::buildMenus() {
     };
 
     mnuFile = menu("mnuFile", QStringLiteral("&File"));
-    mnuOpen = item(mnuFile, "mnuOpen", QStringLiteral("Open"));
+    mnuOpen = item(mnuFile, "mnuOpen", QStringLiteral("&Open"));
     mnuCopyNuvi = item(mnuFile, "mnuCopyNuvi",
-                       QStringLiteral("Copy Nuvi GPX file to ") + Workspace::displayRoot());
-    mnuExit = item(mnuFile, "mnuExit", QStringLiteral("Exit"));
+                       QStringLiteral("&Copy Nuvi GPX file to ") + Workspace::displayRoot());
+    mnuExit = item(mnuFile, "mnuExit", QStringLiteral("E&xit"));
 
     mnuSelections = menu("mnuSelections", QStringLiteral("&Selections"));
-    mnuSelectTracks = item(mnuSelections, "mnuSelectTracks", QStringLiteral("Load Tracks"));
+    mnuSelectTracks = item(mnuSelections, "mnuSelectTracks", QStringLiteral("Load &Tracks"));
     mnuSelectFavorites =
-        item(mnuSelections, "mnuSelectFavorites", QStringLiteral("Load Favorites"));
+        item(mnuSelections, "mnuSelectFavorites", QStringLiteral("Load &Favorites"));
     mnuX1 = item(mnuSelections, "mnuX1", separatorCaption);
+    // Drawn as a line and passed over by the arrow keys.
+    mnuX1->setSeparator(true);
     mnuMarkNewFavorites =
-        item(mnuSelections, "mnuMarkNewFavorites", QStringLiteral("Mark New Favorites"));
+        item(mnuSelections, "mnuMarkNewFavorites", QStringLiteral("&Mark New Favorites"));
     mnuSelectAllItems =
-        item(mnuSelections, "mnuSelectAllItems", QStringLiteral("Select All Items"));
+        item(mnuSelections, "mnuSelectAllItems", QStringLiteral("Select &All Items"));
     mnuUnselectAllItems =
-        item(mnuSelections, "mnuUnselectAllItems", QStringLiteral("UnSelect All Items"));
+        item(mnuSelections, "mnuUnselectAllItems", QStringLiteral("&UnSelect All Items"));
     mnuX2 = item(mnuSelections, "mnuX2", separatorCaption);
-    mnuSaveFavorites = item(mnuSelections, "mnuSaveFavorites", QStringLiteral("Save Favorites"));
+    mnuX2->setSeparator(true);
+    mnuSaveFavorites = item(mnuSelections, "mnuSaveFavorites", QStringLiteral("&Save Favorites"));
 
     // A top-level item with no sub-items.
     mnuExport = bar->addAction(QStringLiteral("&Export"));
@@ -194,36 +217,32 @@ void frmForm1::buildMenus() {
 
     mnuUsers = menu("mnuUsers", QStringLiteral("&Device"));
     mnuCreateNewUser =
-        item(mnuUsers, "mnuCreateNewUser", QStringLiteral("Create New Device Folder"));
-    mnuSwitchDevice = item(mnuUsers, "mnuSwitchDevice", QStringLiteral("Switch Device"));
+        item(mnuUsers, "mnuCreateNewUser", QStringLiteral("&Create New Device Folder"));
+    mnuSwitchDevice = item(mnuUsers, "mnuSwitchDevice", QStringLiteral("&Switch Device"));
 
     mnuSymbolTableSelections = menu("mnuSymbolTableSelections", QStringLiteral("S&ymbol Table"));
     mnuWithSymbolConversion = item(mnuSymbolTableSelections, "mnuWithSymbolConversion",
-                                   QStringLiteral("Export With Symbol Conversion"));
+                                   QStringLiteral("Export &With Symbol Conversion"));
     mnuWithSymbolConversion->setCheckable(true);
     mnuWithSymbolConversion->setChecked(true);
     mnuWithOutSymbolConversion = item(mnuSymbolTableSelections, "mnuWithOutSymbolConversion",
-                                      QStringLiteral("Export Without Symbol Conversion"));
+                                      QStringLiteral("Export With&out Symbol Conversion"));
     mnuWithOutSymbolConversion->setCheckable(true);
     mnuReloadSymTable =
-        item(mnuSymbolTableSelections, "mnuReloadSymTable", QStringLiteral("Reload Symbol Table"));
+        item(mnuSymbolTableSelections, "mnuReloadSymTable", QStringLiteral("&Reload Symbol Table"));
     mnuSymbolTable =
-        item(mnuSymbolTableSelections, "mnuSymbolTable", QStringLiteral("Edit Symbol Table"));
+        item(mnuSymbolTableSelections, "mnuSymbolTable", QStringLiteral("&Edit Symbol Table"));
 
     helpMnu = menu("helpMnu", QStringLiteral("&Help"));
-    mnuAbout = item(helpMnu, "mnuAbout", QStringLiteral("About"));
-    mnuHelpDoc = item(helpMnu, "mnuHelpDoc", QStringLiteral("Description"));
-    mnuDeviceSelection = item(helpMnu, "mnuDeviceSelection", QStringLiteral("Device Selection"));
+    mnuAbout = item(helpMnu, "mnuAbout", QStringLiteral("&About"));
+    mnuHelpDoc = item(helpMnu, "mnuHelpDoc", QStringLiteral("&Description"));
+    mnuDeviceSelection = item(helpMnu, "mnuDeviceSelection", QStringLiteral("De&vice Selection"));
     mnuExportFavoritesHelp = item(helpMnu, "mnuExportFavoritesHelp",
-                                  QStringLiteral("How to select favorites or tracks to export"));
+                                  QStringLiteral("&How to select favorites or tracks to export"));
     mnuHelpMarkNewFavorites =
-        item(helpMnu, "mnuHelpMarkNewFavorites", QStringLiteral("Mark New Favorites"));
-    mnuHelpSaveFavorites = item(helpMnu, "mnuHelpSaveFavorites", QStringLiteral("Save Favorites"));
-    mnuHelpSymbolTable = item(helpMnu, "mnuHelpSymbolTable", QStringLiteral("Symbol Table"));
-
-    // The window's size: the client area plus the menu bar.
-    adjustSize();
-    setFixedSize(sizeHint());
+        item(helpMnu, "mnuHelpMarkNewFavorites", QStringLiteral("&Mark New Favorites"));
+    mnuHelpSaveFavorites = item(helpMnu, "mnuHelpSaveFavorites", QStringLiteral("&Save Favorites"));
+    mnuHelpSymbolTable = item(helpMnu, "mnuHelpSymbolTable", QStringLiteral("S&ymbol Table"));
 }
 
 void frmForm1::connectHandlers() {
@@ -273,6 +292,28 @@ void frmForm1::connectHandlers() {
     });
     connect(btnOK, &QPushButton::clicked, this, &frmForm1::btnOK_Click);
     connect(btnCANCEL, &QPushButton::clicked, this, &frmForm1::btnCANCEL_Click);
+}
+
+void frmForm1::connectKeys() {
+    // Shortcuts of their own rather than the items' shortcuts: a key reaches an item only
+    // while the item and its menu are usable, as a click does.
+    auto key = [this](const QKeySequence& keys, QAction* item, QMenu* menu) {
+        connect(new QShortcut(keys, this), &QShortcut::activated, item, [item, menu] {
+            if (item->isEnabled() && (!menu || menu->isEnabled()))
+                item->trigger();
+        });
+    };
+    key(QKeySequence(Qt::CTRL | Qt::Key_O), mnuOpen, mnuFile);
+    key(QKeySequence(Qt::CTRL | Qt::Key_E), mnuExport, nullptr);
+    key(QKeySequence(Qt::CTRL | Qt::Key_Q), mnuExit, mnuFile);
+    key(QKeySequence(Qt::CTRL | Qt::Key_A), mnuSelectAllItems, mnuSelections);
+    key(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A), mnuUnselectAllItems, mnuSelections);
+    key(QKeySequence(Qt::Key_F1), mnuHelpDoc, helpMnu);
+    // Space marks the current row, as a click on it does.
+    connect(Grid1, &FlexGrid::KeyPress, this, [this](QChar key) {
+        if (key == QLatin1Char(' '))
+            Grid1_Click();
+    });
 }
 
 void frmForm1::setStatus(const QString& text) {
@@ -384,6 +425,7 @@ void frmForm1::Form_Load() {
 void frmForm1::takeDevice(const QString& folder) {
     CurrentFolder = folder;
     DeviceFolder = CurrentFolder;
+    CurrentFolder = m_settings->folderFor(DeviceFolder);
     selectDriveOf(CurrentFolder);
     Dir1->setPath(CurrentFolder);
     File1->setPath(Dir1->Path());
@@ -461,6 +503,7 @@ void frmForm1::File1_Click() {
     Dir1->hide();
     File1->hide();
     SourceFileName = clicked;
+    m_settings->rememberFolder(DeviceFolder, CurrentFolder);
     setStatus(SourceFileName, StatusColours::cyan());
     mnuCopyNuvi->setEnabled(true);
     setMenuEnabled(mnuSelections, true);
@@ -491,10 +534,13 @@ void frmForm1::choosePendingSource() {
 
 void frmForm1::mnuCopyNuvi_Click() {
     setStatus(QStringLiteral("  Please open a file first."));
-    if (SourceFileName.isEmpty())
+    if (SourceFileName.isEmpty()) {
+        m_reports->failed(QStringLiteral("Copy"), QStringLiteral("no source file is chosen"));
         return;
+    }
     QFile source(SourceGpxFile());
     if (!openSourceFile(source)) {
+        m_reports->failed(QStringLiteral("Copy"), source.errorString());
         Dialogs::MsgBox(this, QStringLiteral("File ") + SourceFileName +
                                   QStringLiteral("can't be copied."));
         SourceFileName.clear();
@@ -505,12 +551,14 @@ void frmForm1::mnuCopyNuvi_Click() {
     const DatedCopy::Result result =
         DatedCopy::copyInto(source, DeviceFolder, QDateTime::currentDateTime());
     if (!result.error.isEmpty()) {
+        m_reports->failed(QStringLiteral("Copy"), result.error);
         Dialogs::MsgBox(this, QStringLiteral("The copy of %1 could not be made in %2:\r\n%3")
                                   .arg(QDir::toNativeSeparators(source.fileName()),
                                        QDir::toNativeSeparators(DeviceFolder), result.error));
         return;
     }
     setStatus(QStringLiteral("Copying is Done"), StatusColours::cyan());
+    m_reports->copied(result.path, result.existed);
 }
 
 // ---- Symbol table -------------------------------------------------------------------------

@@ -19,6 +19,8 @@ class DirListBox;
 class DriveListBox;
 class FileListBox;
 class FlexGrid;
+class StatusReports;
+class WindowSettings;
 
 // The main window: the program's whole working surface and its start-up form. It holds the
 // state that all commands share (the window-level variables below, the enabled and checked
@@ -145,6 +147,9 @@ public:
     // Whether symbol conversion is on: the check mark of "Export With Symbol Conversion".
     bool SymbolConversion() const;
 
+    // The status bar's plain-words report of the last command.
+    const StatusReports* statusReports() const { return m_reports; }
+
 protected:
     void closeEvent(QCloseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -153,6 +158,7 @@ private:
     void buildControls();
     void buildMenus();
     void connectHandlers();
+    void connectKeys();
 
     // The status line: a text alone keeps the colour; with a colour it sets both.
     void setStatus(const QString& text);
@@ -194,6 +200,8 @@ private:
     void reportReadError(const QString& path, const QString& reason);
     void choosePendingSource();
 
+    StatusReports* m_reports = nullptr;
+    WindowSettings* m_settings = nullptr;
     bool m_programEnded = false;
     // The start-up decision is over: a device created from now on is the user's own doing.
     bool m_startupDone = false;

@@ -6,6 +6,7 @@
 #include "app/DriveListBox.h"
 #include "app/FileListBox.h"
 #include "app/StatusColours.h"
+#include "app/WindowSettings.h"
 #include "dialogs/Dialogs.h"
 #include "items/FlexGrid.h"
 #include "symbols/symtable.h"
@@ -99,6 +100,7 @@ void frmForm1::btnOK_Click() {
     refreshDevices();
     SourceFileName.clear();
     DeviceFolder = CurrentFolder;
+    CurrentFolder = m_settings->folderFor(DeviceFolder);
 
     selectDriveOf(CurrentFolder);
     Dir1->setPath(CurrentFolder);
@@ -132,9 +134,14 @@ void frmForm1::btnCANCEL_Click() {
 }
 
 void frmForm1::mnuCreateNewUser_Click() {
+    // The suggestion is the first Nuvi_N that names no device yet.
+    const QStringList devices = Workspace::deviceNames();
+    QString suggestion;
+    for (int n = 1; suggestion.isEmpty() || devices.contains(suggestion, Qt::CaseInsensitive); ++n)
+        suggestion = QStringLiteral("Nuvi_%1").arg(n);
     const QString answer =
         Dialogs::InputBox(isVisible() ? this : nullptr, QStringLiteral("Enter new device name"),
-                          QStringLiteral("CREATE NEW DEVICE FOLDER"), QStringLiteral("Nuvi_1"));
+                          QStringLiteral("CREATE NEW DEVICE FOLDER"), suggestion);
     if (answer.isEmpty())
         return;
     // Spaces around a name would make a second folder that looks like the first.

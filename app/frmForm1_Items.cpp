@@ -7,6 +7,7 @@
 #include "app/DriveListBox.h"
 #include "app/FileListBox.h"
 #include "app/StatusColours.h"
+#include "app/StatusReports.h"
 #include "dialogs/Dialogs.h"
 #include "export/ExportWriter.h"
 #include "favorites/FavoritesHistory.h"
@@ -27,9 +28,23 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QListWidget>
+#include <QRegularExpression>
 #include <QTime>
 
 namespace {
+
+// Whether a source's names are shown as UTF-8: it declares UTF-8, or no encoding at all (the
+// XML default). The header holds the XML declaration.
+bool showsUtf8(const QString& header) {
+    static const QRegularExpression declared(
+        QStringLiteral(R"(<\?xml[^>]*\bencoding\s*=\s*["']([^"']*)["'])"));
+    const QRegularExpressionMatch match = declared.match(header);
+    if (!match.hasMatch())
+        return true;
+    const QString encoding = match.captured(1);
+    return encoding.compare(QLatin1String("UTF-8"), Qt::CaseInsensitive) == 0 ||
+           encoding.compare(QLatin1String("UTF8"), Qt::CaseInsensitive) == 0;
+}
 
 QString timeOfDay() {
     return QTime::currentTime().toString(QStringLiteral("HH:mm:ss"));
@@ -60,6 +75,7 @@ void frmForm1::cancelLoad() {
         return;
     endLoad();
     setStatus(QStringLiteral("Loading stopped."), StatusColours::cyan());
+    m_reports->say(QStringLiteral("Loading stopped."));
 }
 
 void frmForm1::prepareGrid(bool tracks) {
@@ -88,11 +104,13 @@ void frmForm1::prepareGrid(bool tracks) {
         Grid1->setColWidth(3, 1560);
     }
     m_trackSourceNames = QStringList{QString()};
+    Grid1->setDisplayUtf8(false);
 }
 
 bool frmForm1::openSource(QFile& source) {
     if (openSourceFile(source))
         return true;
+    m_reports->failed(QStringLiteral("Loading"), source.errorString());
     Dialogs::MsgBox(this,
                     QStringLiteral("File ") + SourceFileName + QStringLiteral("can't be openned."));
     SourceFileName.clear();
@@ -107,6 +125,7 @@ bool frmForm1::readSource(quint64 load, QFile& source,
     sinceRepaint.start();
     const bool read = m_unloading || readInBlocks(source, feed, [&] {
                           if (sinceRepaint.elapsed() >= m_repaintMilliseconds) {
+                              m_reports->loadProgress(source.pos(), source.size());
                               appendRows();
                               DoEvents();
                               sinceRepaint.restart();
@@ -119,6 +138,7 @@ bool frmForm1::readSource(quint64 load, QFile& source,
 }
 
 void frmForm1::reportReadError(const QString& path, const QString& reason) {
+    m_reports->failed(QStringLiteral("Loading"), reason);
     Dialogs::MsgBox(this, QStringLiteral("File %1 could not be read to its end:\r\n%2")
                               .arg(QDir::toNativeSeparators(path), reason));
 }
@@ -127,8 +147,10 @@ void frmForm1::mnuSelectFavorites_Click() {
     if (loading())
         return;
     setStatus(QStringLiteral("  Please open a file first."));
-    if (SourceFileName.isEmpty())
+    if (SourceFileName.isEmpty()) {
+        m_reports->failed(QStringLiteral("Loading"), QStringLiteral("no source file is chosen"));
         return;
+    }
     TracksLoaded = false;
     ItemsLoaded = true;
     mnuExport->setEnabled(true);
@@ -144,10 +166,13 @@ void frmForm1::mnuSelectFavorites_Click() {
     if (!openSource(source))
         return;
     setStatus(QStringLiteral("Reading...."), StatusColours::yellow());
+    m_reports->loadStarted(path);
     const quint64 load = beginLoad();
 
     FavoritesScanner scanner;
     auto appendRows = [this, &scanner] {
+        if (scanner.hasHeader())
+            Grid1->setDisplayUtf8(showsUtf8(scanner.header()));
         const QList<FavoriteItem> items = scanner.takeItems();
         if (!items.isEmpty())
             Grid1->gridModel()->appendRows(favoriteRows(items));
@@ -170,6 +195,7 @@ void frmForm1::mnuSelectFavorites_Click() {
     if (m_unloading)
         return;
     setStatus(QStringLiteral("Finished Loading Favorites"), StatusColours::cyan());
+    m_reports->loaded(false);
     Grid1->setFixedRows(1);
 }
 
@@ -177,8 +203,10 @@ void frmForm1::mnuSelectTracks_Click() {
     if (loading())
         return;
     setStatus(QStringLiteral("  Please open a file first."));
-    if (SourceFileName.isEmpty())
+    if (SourceFileName.isEmpty()) {
+        m_reports->failed(QStringLiteral("Loading"), QStringLiteral("no source file is chosen"));
         return;
+    }
     ItemsLoaded = true;
     TracksLoaded = true;
     InHeader = true;
@@ -199,18 +227,22 @@ void frmForm1::mnuSelectTracks_Click() {
     const QString scratchPath = scratchPathIn(DeviceFolder);
     ScratchFile scratch(scratchPath);
     if (const QString reason = scratch.open(); !reason.isEmpty()) {
+        m_reports->failed(QStringLiteral("Loading"), reason);
         Dialogs::MsgBox(this, QStringLiteral("The track scratch file %1 can't be created:\r\n%2")
                                   .arg(QDir::toNativeSeparators(scratchPath), reason));
         return;
     }
 
     setStatus(QStringLiteral("Reading...."), StatusColours::yellow());
+    m_reports->loadStarted(path);
     LoadStartTime = timeOfDay();
     HeaderText.clear();
     const quint64 load = beginLoad();
 
     TracksScanner scanner(&scratch.file());
     auto appendRows = [this, &scanner] {
+        if (scanner.hasHeader())
+            Grid1->setDisplayUtf8(showsUtf8(scanner.header()));
         const QList<TrackItem> items = scanner.takeItems();
         if (items.isEmpty())
             return;
@@ -242,6 +274,7 @@ void frmForm1::mnuSelectTracks_Click() {
         return;
     }
     if (!written) {
+        m_reports->failed(QStringLiteral("Loading"), writeError);
         Dialogs::MsgBox(this, QStringLiteral("The track scratch file %1 could not be "
                                              "written:\r\n%2")
                                   .arg(QDir::toNativeSeparators(scratchPath), writeError));
@@ -252,6 +285,7 @@ void frmForm1::mnuSelectTracks_Click() {
     setStatus(QStringLiteral("Finished loading tracks ") + LoadStartTime + QLatin1Char(' ') +
                   timeOfDay(),
               StatusColours::cyan());
+    m_reports->loaded(true);
     if (Grid1->Rows() > 1)
         Grid1->setFixedRows(1);
 }
@@ -275,11 +309,13 @@ void frmForm1::mnuExport_Click() {
     if (loading())
         return;
     if (SourceFileName.isEmpty()) {
+        m_reports->failed(QStringLiteral("Export"), QStringLiteral("no source file is chosen"));
         Dialogs::MsgBox(this, QStringLiteral("Select a GPX file."));
         mnuOpen_Click();
         return;
     }
     if (!ItemsLoaded) {
+        m_reports->failed(QStringLiteral("Export"), QStringLiteral("nothing is loaded"));
         Dialogs::MsgBox(this, QStringLiteral("Select favorites or tracks first.\r\nSee Selections "
                                              "menu."));
         return;
@@ -287,6 +323,7 @@ void frmForm1::mnuExport_Click() {
     const MarkedItems marked = markedItems(*Grid1->gridModel());
     ExportName = marked.firstName;
     if (!marked.any) {
+        m_reports->failed(QStringLiteral("Export"), QStringLiteral("no item is marked"));
         Dialogs::MsgBox(this, QStringLiteral("Please select an item first."));
         return;
     }
@@ -300,17 +337,19 @@ void frmForm1::mnuExport_Click() {
     ExportName = CleanName(ExportName);
 
     ExportResult result;
+    QList<SymbolPair> table;
     if (TracksLoaded) {
         result = exportTracks(outputFolder, ExportName, HeaderText, *Grid1->gridModel(),
                               m_trackSourceNames, scratchPathIn(DeviceFolder));
     } else {
-        QList<SymbolPair> table;
         table.reserve(Grid2->Rows());
         for (int row = 0; row < Grid2->Rows(); ++row)
             table.append({Grid2->TextMatrix(row, 0), Grid2->TextMatrix(row, 1)});
         result = exportFavorites(outputFolder, ExportName, HeaderText, *Grid1->gridModel(),
                                  SymbolConversion() ? &table : nullptr);
     }
+    if (!result.error.isEmpty())
+        m_reports->failed(QStringLiteral("Export"), result.error);
     if (result.scratchUnreadable) {
         Dialogs::MsgBox(this, QStringLiteral("File ") + SourceFileName +
                                   QStringLiteral("can't be openned."));
@@ -323,6 +362,7 @@ void frmForm1::mnuExport_Click() {
     }
     ExportName = QFileInfo(result.path).completeBaseName();
     setStatus(QStringLiteral("EXPORT IS DONE"), StatusColours::cyan());
+    m_reports->exported(result.path, TracksLoaded || !SymbolConversion() ? nullptr : &table);
 }
 
 void frmForm1::mnuSaveFavorites_Click() {
@@ -334,6 +374,7 @@ void frmForm1::mnuSaveFavorites_Click() {
         return;
     }
     if (!ItemsLoaded || TracksLoaded) {
+        m_reports->failed(QStringLiteral("Save"), QStringLiteral("no favorites are loaded"));
         Dialogs::MsgBox(this, QStringLiteral("Select favorites first.\r\nSee Selections menu."));
         return;
     }
@@ -342,12 +383,14 @@ void frmForm1::mnuSaveFavorites_Click() {
     const QString path = favoritesPathIn(DeviceFolder);
     const QString error = saveFavorites(path, *Grid1->gridModel());
     if (!error.isEmpty()) {
+        m_reports->failed(QStringLiteral("Save"), error);
         Dialogs::MsgBox(this, QStringLiteral("The favorites could not be saved to %1; the earlier "
                                              "file is unchanged:\r\n%2")
                                   .arg(QDir::toNativeSeparators(path), error));
         return;
     }
     setStatus(QStringLiteral("Favorites Saved"), StatusColours::cyan());
+    m_reports->saved(path, Grid1->Rows() - 1);
 }
 
 void frmForm1::mnuMarkNewFavorites_Click() {
@@ -358,11 +401,14 @@ void frmForm1::mnuMarkNewFavorites_Click() {
     DoEvents();
     const SavedNames saved = readSavedNames(favoritesPathIn(DeviceFolder));
     if (!saved.opened) {
+        m_reports->failed(QStringLiteral("Mark New Favorites"),
+                          QStringLiteral("the favorites were never saved"));
         Dialogs::MsgBox(this, QStringLiteral("Favorites must have been saved at some point\r\n"
                                              "before this option will work."));
         return;
     }
     if (!saved.error.isEmpty()) {
+        m_reports->failed(QStringLiteral("Mark New Favorites"), saved.error);
         Dialogs::MsgBox(
             this, QStringLiteral("The saved favorites %1 could not be read:\r\n%2")
                       .arg(QDir::toNativeSeparators(favoritesPathIn(DeviceFolder)), saved.error));
@@ -371,4 +417,5 @@ void frmForm1::mnuMarkNewFavorites_Click() {
     lstList1->addItems(saved.names);
     markNewFavorites(*Grid1->gridModel(), saved.names);
     setStatus(QStringLiteral("New favorites marked with an X"), StatusColours::cyan());
+    m_reports->markedNew(int(saved.names.size()));
 }

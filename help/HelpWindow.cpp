@@ -5,6 +5,8 @@
 #include <QListWidget>
 #include <QPointer>
 #include <QPushButton>
+#include <QShortcut>
+#include <QStyle>
 #include <QWidget>
 
 namespace {
@@ -45,8 +47,11 @@ public:
         resize(px(info.width), px(info.height));
         m_rightMargin = width() - m_list->geometry().right();
         m_bottomMargin = height() - m_list->geometry().bottom();
+        resize(width() + missingWidth(), height());
 
         connect(cmdExit, &QPushButton::clicked, this, &QWidget::close);
+        connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this,
+                &QWidget::close);
     }
 
 protected:
@@ -68,6 +73,19 @@ protected:
     }
 
 private:
+    // How much wider the list must be for its longest line to show whole, with room for the
+    // vertical scroll bar: the designed width was measured for another font.
+    int missingWidth() const {
+        int widest = 0;
+        for (int row = 0; row < m_list->count(); ++row)
+            widest =
+                qMax(widest, m_list->fontMetrics().horizontalAdvance(m_list->item(row)->text()));
+        const int frame = 2 * m_list->frameWidth() + 2 * m_list->spacing() +
+                          m_list->style()->pixelMetric(QStyle::PM_ScrollBarExtent) +
+                          2 * m_list->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 8;
+        return qMax(widest + frame - m_list->width(), 0);
+    }
+
     HelpPage m_page;
     QListWidget* m_list = nullptr;
     int m_rightMargin = 0;

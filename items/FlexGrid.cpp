@@ -1,8 +1,13 @@
 #include "items/FlexGrid.h"
 
+#include "text/CodePage.h"
+
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QStringDecoder>
 #include <QStyledItemDelegate>
+
+#include <algorithm>
 
 namespace {
 
@@ -11,13 +16,19 @@ constexpr int twipsPerPixel = 15;
 // Cells are white on the grid's own background, which shows beyond the last cell.
 class CellDelegate : public QStyledItemDelegate {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    explicit CellDelegate(FlexGrid* grid)
+        : QStyledItemDelegate(grid)
+        , m_grid(grid) {}
 
 protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override {
         QStyledItemDelegate::initStyleOption(option, index);
         option->backgroundBrush = QBrush(Qt::white);
+        option->text = m_grid->displayed(option->text);
     }
+
+private:
+    FlexGrid* m_grid;
 };
 
 } // namespace
@@ -76,6 +87,26 @@ void FlexGrid::setColWidth(int col, int twips) {
         setColumnHidden(col, false);
         setColumnWidth(col, twips / twipsPerPixel);
     }
+}
+
+void FlexGrid::setDisplayUtf8(bool on) {
+    if (on == m_displayUtf8)
+        return;
+    m_displayUtf8 = on;
+    viewport()->update();
+}
+
+QString FlexGrid::displayed(const QString& text) const {
+    if (!m_displayUtf8)
+        return text;
+    // Plain ASCII reads the same either way; only text with a byte above 127 can be UTF-8.
+    const bool ascii =
+        std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 128; });
+    if (ascii || !std::all_of(text.begin(), text.end(), CodePage::canEncode))
+        return text;
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString decoded = utf8(CodePage::fromUnicode(text));
+    return utf8.hasError() ? text : decoded;
 }
 
 int FlexGrid::Row() const {

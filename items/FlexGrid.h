@@ -30,6 +30,13 @@ public:
     int ColWidth(int col) const;
     void setColWidth(int col, int twips);
 
+    // Whether cells whose single-byte text is valid UTF-8 are shown decoded (a nüvi writes
+    // UTF-8). Only what is drawn changes; the cells keep their text.
+    bool displaysUtf8() const { return m_displayUtf8; }
+    void setDisplayUtf8(bool on);
+    // The text a cell shows for its single-byte text.
+    QString displayed(const QString& text) const;
+
     // The current cell. Row() is 0 when there is none.
     int Row() const;
     int Col() const;
@@ -53,4 +60,5 @@ private:
 
     FlexGridModel* m_model;
     std::vector<int> m_colWidths;
+    bool m_displayUtf8 = false;
 };

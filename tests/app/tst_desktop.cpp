@@ -1,0 +1,161 @@
+// The window on a desktop: what the status bar reports after each command, names shown as
+// the UTF-8 they are while the cells keep their bytes, keys, a dropped file, the window
+// growing and remembering, volumes coming and going, and help pages that fit.
+
+#include "MainWindowFixture.h"
+
+#include "app/StatusReports.h"
+#include "app/VolumeWatch.h"
+#include "help/HelpWindow.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QProgressBar>
+#include <QScrollBar>
+#include <QStandardPaths>
+#include <QStatusBar>
+
+namespace {
+
+QByteArray gpx(const QByteArray& declaration) {
+    QByteArray b = "<?xml version=\"1.0\"" + declaration + "?>\r\n<gpx>\r\n";
+    for (const QByteArray& name :
+         {QByteArray("V\xc3\xb6lkerschlachtdenkmal"), QByteArray("Caf\xc3\xa9"),
+          QByteArray("Caf\xe9 bad"), QByteArray("Plain")})
+        b +=
+            "<wpt lat=\"1\" lon=\"2\"><name>" + name + "</name><sym>S " + name + "</sym></wpt>\r\n";
+    for (const QByteArray& name : {QByteArray("\xc3\x9c"
+                                              "ber den Pa\xc3\x9f"),
+                                   QByteArray("T")})
+        b += "<trk><name>" + name + "</name><trkseg></trkseg></trk>\r\n";
+    return b + "</gpx>\r\n";
+}
+
+bool matches(const QString& text, const QString& pattern) {
+    return QRegularExpression(QRegularExpression::wildcardToRegularExpression(pattern))
+        .match(text)
+        .hasMatch();
+}
+
+} // namespace
+
+class DesktopTest : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void commandsReportWhatTheyDid();
+    void windowGrowsAndRemembers();
+};
+
+void DesktopTest::commandsReportWhatTheyDid() {
+    QLocale::setDefault(QLocale(QLocale::English));
+    MainWindowFixture f;
+    frmForm1& w = f.startWithSource(gpx(""));
+    f.writeFile(f.device("Nuvi_1") + "/latin.gpx", gpx(" encoding=\"windows-1252\""));
+    QDir().mkpath(f.home.path() + "/dropped");
+    for (const QStringList& row : MainWindowFixture::dataRows("desktop_reports.tsv")) {
+        const QString step = row[0], arg = row[1], expected = row[2];
+        QString seen = w.statusReports()->text();
+        if (step == "load")
+            (arg == "tracks" ? w.mnuSelectTracks : w.mnuSelectFavorites)->trigger();
+        else if (step == "marknew")
+            w.mnuMarkNewFavorites_Click();
+        else if (step == "save")
+            w.mnuSaveFavorites->trigger();
+        else if (step == "export")
+            w.mnuExport_Click();
+        else if (step == "copy")
+            w.mnuCopyNuvi->trigger();
+        else if (step == "key")
+            QTest::keySequence(&w, QKeySequence(arg));
+        else if (step == "space") {
+            w.Grid1->setFocus();
+            w.Grid1->setRow(arg.toInt());
+            QTest::keyClick(w.Grid1, Qt::Key_Space);
+        } else if (step == "jam") {
+            QFile::remove(f.device("Nuvi_1") + '/' + arg);
+            QDir().mkpath(f.device("Nuvi_1") + '/' + arg);
+        } else if (step == "vanish")
+            QFile::remove(w.CurrentFolder + '/' + w.SourceFileName);
+        else if (step == "source")
+            f.chooseSource(f.device("Nuvi_1"), arg, gpx(" encoding=\"windows-1252\""));
+        else if (step == "drop") {
+            f.writeFile(f.home.path() + arg, gpx(""));
+            QMimeData data;
+            data.setUrls({QUrl::fromLocalFile(f.home.path() + arg)});
+            QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, {});
+            QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &data, Qt::LeftButton, {});
+            QApplication::sendEvent(&w, &enter);
+            QApplication::sendEvent(&w, &drop);
+            QVERIFY(enter.isAccepted());
+        }
+        seen = w.statusReports()->text();
+        if (step == "shown") {
+            const QString cell = w.Grid1->TextMatrix(arg.toInt(), 1);
+            seen = w.Grid1->displayed(cell) + '|' + cell;
+        } else if (step == "drop" || step == "source")
+            seen = w.SourceFileName;
+        else if (step == "link") {
+            const QString href = QUrl::fromLocalFile(w.statusReports()->link()).toString();
+            seen = w.statusBar()->findChild<QLabel*>()->text().contains(href)
+                       ? QFileInfo(w.statusReports()->link()).fileName()
+                       : "no link";
+        }
+        // A command that ended leaves no progress showing.
+        QVERIFY(!w.statusBar()->findChild<QProgressBar*>()->isVisible());
+        QVERIFY2(expected.isEmpty() || matches(seen, expected),
+                 qPrintable(step + ' ' + arg + ": " + seen));
+    }
+}
+
+void DesktopTest::windowGrowsAndRemembers() {
+    MainWindowFixture f;
+    frmForm1& w = f.startWithSource(gpx(""));
+    QCOMPARE(w.centralWidget()->size(), w.centralWidget()->minimumSize());
+    const QSize grown = w.size() + QSize(300, 200);
+    w.resize(grown);
+    QApplication::processEvents();
+    for (const QStringList& row : MainWindowFixture::dataRows("desktop_layout.tsv")) {
+        const QRect expected(row[1].toInt(), row[2].toInt(), row[3].toInt(), row[4].toInt());
+        QCOMPARE(w.findChild<QWidget*>(row[0])->geometry(), expected);
+    }
+    // A source chosen outside the device folder is where the next run opens the lists.
+    QDir().mkpath(f.home.path() + "/unit");
+    f.chooseSource(f.home.path() + "/unit", "CURRENT.GPX", gpx(""));
+    w.close();
+    frmForm1& again = f.start();
+    QCOMPARE(again.size(), grown);
+    QCOMPARE(again.CurrentFolder, f.home.path() + "/unit");
+    again.mnuCreateNewUser_Click();
+    QCOMPARE(f.prompts.last(), "Enter new device name|CREATE NEW DEVICE FOLDER|Nuvi_2");
+
+    // A unit plugged in shows up; pulled out, the list goes back to the volumes left.
+    const Volume root{"/", "/", {}, {}}, unit{f.home.path() + "/unit", "NUVI 205W", {}, {}};
+    QList<Volume> mounted = {root};
+    DriveListBox drives;
+    drives.setVolumes(mounted);
+    VolumeWatch watch(
+        &drives, [&] { return mounted; }, [&] { return mounted; });
+    QVERIFY(!watch.poll());
+    mounted.append(unit);
+    QVERIFY(watch.poll());
+    drives.setDrive(unit.rootPath);
+    QCOMPARE(drives.toolTip(), "NUVI 205W");
+    mounted.removeLast();
+    QVERIFY(watch.poll());
+    QCOMPARE(drives.count(), 1);
+    QCOMPARE(drives.Drive(), "/");
+
+    // Every help page fits its list without scrolling sideways; Escape closes it.
+    for (int page = 0; page <= int(HelpPage::SymbolTable); ++page) {
+        QWidget* help = showHelpWindow(HelpPage(page));
+        QVERIFY(QTest::qWaitForWindowExposed(help));
+        QCOMPARE(help->findChild<QListWidget*>()->horizontalScrollBar()->maximum(), 0);
+        QTest::keyClick(help, Qt::Key_Escape);
+        QVERIFY(!openHelpWindow(HelpPage(page)));
+    }
+}
+
+QTEST_MAIN(DesktopTest)
+#include "tst_desktop.moc"
