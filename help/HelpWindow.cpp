@@ -45,6 +45,9 @@ public:
         m_list->addItems(helpPageLines(page));
 
         resize(px(info.width), px(info.height));
+        // The designed places stay on record; the window may then grow to fit its lines.
+        setProperty("design", rect());
+        m_list->setProperty("design", m_list->geometry());
         m_rightMargin = width() - m_list->geometry().right();
         m_bottomMargin = height() - m_list->geometry().bottom();
         resize(width() + missingWidth(), height());

@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QFile>
 #include <QListWidget>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -22,6 +23,8 @@ class MainWindowFixture {
 public:
     MainWindowFixture() {
         qputenv("HOME", home.path().toLocal8Bit());
+        // Remembered window settings go below the test's home, whatever XDG_CONFIG_HOME says.
+        QStandardPaths::setTestModeEnabled(true);
         Dialogs::setMessageHandler([this](const QString& text) { messages.append(text); });
         Dialogs::setInputHandler(
             [this](const QString& prompt, const QString& title, const QString& answer) {
