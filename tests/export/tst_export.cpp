@@ -14,16 +14,12 @@
 
 namespace {
 
-QByteArray bytesOf(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
-}
+const auto bytesOf = &MainWindowFixture::readFile;
 
-QByteArray joined(const QList<QStringList>& values) {
-    QByteArray out;
-    for (const QStringList& value : values)
-        out += CodePage::fromUnicode(value.join(u'|'));
-    return out;
+// A key's values joined and encoded; null when the case has none.
+QByteArray bytes(const Case& c, QByteArrayView key) {
+    const QStringList all = texts(c, key);
+    return all.isEmpty() ? QByteArray() : CodePage::fromUnicode(all.join(QString()));
 }
 
 // Each heading with its width in twips (15 to a pixel, 0 hides the column), then row 1's name.
@@ -43,37 +39,32 @@ class ExportTest : public QObject {
     Q_OBJECT
 private slots:
     void bodiesFromTheRules_data() {
-        QTest::addColumn<QList<QStringList>>("rows");
-        QTest::addColumn<QList<QStringList>>("table");
-        QTest::addColumn<QByteArray>("scratch");
-        QTest::addColumn<QStringList>("sourceNames");
-        QTest::addColumn<QByteArray>("expected");
-        for (const Case& c : readCases(QStringLiteral("export_bodies.txt")))
-            QTest::newRow(joined(values(c, "case")).constData())
-                << values(c, "row") << values(c, "table")
-                << (c.contains({"scratch", ""}) ? QByteArray("") : joined(values(c, "scratch")))
-                << QStringList{QString()} + values(c, "source").value(0)
-                << joined(values(c, "out"));
+        QTest::addColumn<Case>("c");
+        for (const Case& c : readCases("export_bodies.txt"))
+            QTest::newRow(qPrintable(texts(c, "case").join(QString()))) << c;
     }
 
     // Tracks (with a scratch file, read in short pieces) or favorites (with the table, or
     // without conversion); then again on devices that fail half way.
     void bodiesFromTheRules() {
-        QFETCH(QList<QStringList>, rows);
-        QFETCH(QList<QStringList>, table);
-        QFETCH(QByteArray, scratch);
-        QFETCH(QStringList, sourceNames);
-        QFETCH(QByteArray, expected);
+        QFETCH(Case, c);
+        const QList<QStringList> rows = values(c, "row");
+        const QByteArray scratch = bytes(c, "scratch"), expected = bytes(c, "out");
+        const QStringList sourceNames = QStringList{QString()} + values(c, "source").value(0);
         FlexGridModel grid(4);
         fillGrid(grid, rows);
         QList<SymbolPair> pairs;
-        for (const QStringList& pair : table)
+        for (const QStringList& pair : values(c, "table"))
             pairs.append({pair.value(0), pair.value(1)});
         const QList<SymbolPair>* conversion = pairs.isEmpty() ? nullptr : &pairs;
+        QCOMPARE(scratch.isNull() ? referenceFavoritesBody(rows, conversion)
+                                  : referenceTracksBody(rows, sourceNames, scratch),
+                 expected);
         for (const qint64 failAt : {qint64(-1), expected.size() / 2}) {
-            Device out, in;
+            Device out, in, sink;
             out.failAt = failAt;
             out.open(QIODevice::WriteOnly);
+            sink.open(QIODevice::WriteOnly);
             in.setData(scratch);
             in.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
             const bool written = scratch.isNull() ? writeFavoritesBody(out, grid, conversion)
@@ -82,17 +73,10 @@ private slots:
             QCOMPARE(written, failAt < 0 || expected.isEmpty());
             if (failAt < 0)
                 QCOMPARE(out.data(), expected);
-            if (scratch.isNull())
-                continue;
-            QCOMPARE(referenceTracksBody(rows, sourceNames, scratch), expected);
-            QBuffer sink;
-            sink.open(QIODevice::WriteOnly);
             in.failAt = in.pos() - 1; // reading on fails from here
-            if (!in.atEnd() && failAt >= 0)
+            if (!scratch.isNull() && !in.atEnd() && failAt >= 0)
                 QCOMPARE(writeTracksBody(sink, in, grid, sourceNames), TracksBody::ReadFailed);
         }
-        if (scratch.isNull())
-            QCOMPARE(referenceFavoritesBody(rows, conversion), expected);
     }
 
     // Real files as the loads list them: every other favorite marked, symbols converted by
@@ -102,7 +86,7 @@ private slots:
         if (!corpus.exists())
             QSKIP("The shared GPX corpus is not present beside the checkout.");
         QTemporaryDir dir;
-        const QString scratchPath = dir.filePath(QStringLiteral("TEMP.TMP"));
+        const QString scratchPath = dir.filePath("TEMP.TMP");
         const QList<SymbolPair>& table = symtable::defaultTable();
         for (const QString& file : corpus.entryList({"*.gpx"})) {
             const QByteArray source = bytesOf(corpus.filePath(file));
@@ -131,46 +115,25 @@ private slots:
         }
     }
 
-    // The first free of «Home.gpx», «Home 1.gpx», ... without regard to case; the export
-    // takes it and leaves what was there as it was.
+    // The export takes the first free name and leaves what was there as it was.
     void exportTakesTheFirstFreeName_data() {
-        QTest::addColumn<QStringList>("existing");
-        QTest::addColumn<QString>("base");
-        QTest::addColumn<QString>("expected");
-        QStringList ten{"A.gpx"};
-        for (int i = 1; i <= 10; ++i)
-            ten << QStringLiteral("A %1.gpx").arg(i);
-        QTest::newRow("free") << QStringList{} << "Home"
-                              << "Home";
-        QTest::newRow("two taken") << QStringList{"Home.gpx", "Home 1.gpx"} << "Home"
-                                   << "Home 2";
-        QTest::newRow("another case") << QStringList{"HOME.GPX", "home 1.Gpx"} << "Home"
-                                      << "Home 2";
-        QTest::newRow("a gap") << QStringList{"Home.gpx", "Home 2.gpx"} << "Home"
-                               << "Home 1";
-        QTest::newRow("past ten") << ten << "A"
-                                  << "A 11";
-        QTest::newRow("other names") << QStringList{"Home.txt", "Home", "Home.gpx.bak"} << "Home"
-                                     << "Home";
-        QTest::newRow("a folder") << QStringList{"Home.gpx/"} << "Home"
-                                  << "Home 1";
-        QTest::newRow("no name") << QStringList{".gpx", " 1.gpx"} << ""
-                                 << " 2";
+        QTest::addColumn<QStringList>("row");
+        for (const QStringList& row : MainWindowFixture::dataRows("export_free_names.tsv"))
+            QTest::newRow(qPrintable(row[0])) << row;
     }
 
     void exportTakesTheFirstFreeName() {
-        QFETCH(QStringList, existing);
-        QFETCH(QString, base);
-        QFETCH(QString, expected);
+        QFETCH(QStringList, row);
+        const QStringList existing = row[1].split(u'|', Qt::SkipEmptyParts);
         QTemporaryDir dir;
         for (const QString& name : existing)
-            name.endsWith(u'/') ? (void)QDir(dir.path()).mkdir(name.chopped(1))
+            name.endsWith(u'/') ? void(QDir(dir.path()).mkdir(name.chopped(1)))
                                 : MainWindowFixture::writeFile(dir.filePath(name), name.toLatin1());
-        QCOMPARE(freeExportName(dir.path(), base), expected);
+        QCOMPARE(freeExportName(dir.path(), row[2]), row[3]);
         FlexGridModel grid(4);
         fillGrid(grid, {{"X", "Home", "<wpt/>", "S"}});
-        const ExportResult result = exportFavorites(dir.path(), base, "<gpx>", grid, nullptr);
-        QCOMPARE(result.path, dir.filePath(expected + ".gpx"));
+        const ExportResult result = exportFavorites(dir.path(), row[2], "<gpx>", grid, nullptr);
+        QCOMPARE(result.path, dir.filePath(row[3] + ".gpx"));
         QCOMPARE(bytesOf(result.path), QByteArray("<gpx>\r\n<wpt/>\r\n</gpx>\r\n"));
         const auto all = QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden;
         QCOMPARE(QDir(dir.path()).entryList(all).size(), existing.size() + 1);
@@ -201,27 +164,14 @@ private slots:
     // The main window names the file after the first marked item that has a name; each load
     // sets the headings and widths of the grid.
     void exportNamesTheFileAfterTheFirstMarkedName_data() {
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<QString>("marks");
-        QTest::addColumn<QString>("file");
-        QTest::newRow("first marked") << QStringList{"A", "B"} << "XX"
-                                      << "A.gpx";
-        QTest::newRow("unmarked passed over") << QStringList{"A", "B"} << " X"
-                                              << "B.gpx";
-        QTest::newRow("empty first marked name") << QStringList{"", "B"} << "XX"
-                                                 << "B.gpx";
-        QTest::newRow("every marked name empty") << QStringList{"", "B"} << "X "
-                                                 << ".gpx";
-        QTest::newRow("cleaned") << QStringList{QStringLiteral("Joe&apos;s Caf\u00e9 #2")} << "X"
-                                 << "Joe's Caf 2.gpx";
-        QTest::newRow("taken in another case") << QStringList{"Home", "HOME"} << "X"
-                                               << "Home 1.gpx";
+        QTest::addColumn<QStringList>("row");
+        for (const QStringList& row : MainWindowFixture::dataRows("export_file_names.tsv"))
+            QTest::newRow(qPrintable(row[0])) << row;
     }
 
     void exportNamesTheFileAfterTheFirstMarkedName() {
-        QFETCH(QStringList, names);
-        QFETCH(QString, marks);
-        QFETCH(QString, file);
+        QFETCH(QStringList, row);
+        const QStringList names = row[1].split(u'|');
         QByteArray source = "<gpx>";
         for (const QString& name : names)
             source += "<wpt><name>" + CodePage::fromUnicode(name) + "</name></wpt>";
@@ -230,13 +180,13 @@ private slots:
         w.mnuSelectFavorites->trigger();
         QCOMPARE(headings(w), "  240|NAME 4440|FAVORITE'S XML CODE 0|SYMBOL 1560|" +
                                   DecodeXmlEntities(names.value(0)));
-        const QString output = f.device(QStringLiteral("Nuvi_1")) + "/output";
+        const QString output = f.device("Nuvi_1") + "/output";
         QDir().mkpath(output);
         f.writeFile(output + "/HOME.GPX", "old");
-        for (int row = 1; row <= marks.size(); ++row)
-            w.Grid1->setTextMatrix(row, 0, marks.mid(row - 1, 1));
+        for (int i = 0; i < row[2].size(); ++i)
+            w.Grid1->setTextMatrix(i + 1, 0, row[2].mid(i, 1));
         w.mnuExport->trigger();
-        QVERIFY2(QFileInfo::exists(output + "/" + file), qPrintable(f.messages.join(u'\n')));
+        QVERIFY2(QFileInfo::exists(output + "/" + row[3]), qPrintable(f.messages.join(u'\n')));
         QCOMPARE(QDir(output).entryList(QDir::Files | QDir::Hidden).size(), 2);
         w.mnuSelectTracks->trigger();
         QCOMPARE(headings(w), "  240|TRACK NAME 6240|BLANK 0| 0|");

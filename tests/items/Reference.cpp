@@ -35,12 +35,13 @@ QList<QByteArrayView> blocks(QByteArrayView source, const QList<qsizetype>& size
 
 QString firstDifference(const Scan& want, const Scan& got) {
     const QStringList expected = lines(want), actual = lines(got);
-    for (qsizetype i = 0; i < qMax(expected.size(), actual.size()); ++i)
-        if (expected.value(i, "(none)") != actual.value(i, "(none)"))
-            return QStringLiteral("line %1: expected «%2», got «%3»")
-                .arg(i)
-                .arg(expected.value(i, "(none)").left(300), actual.value(i, "(none)").left(300));
-    return {};
+    qsizetype i = 0;
+    while (i < expected.size() && expected[i] == actual.value(i))
+        ++i;
+    return expected == actual ? QString()
+                              : QStringLiteral("line %1: expected «%2», got «%3»")
+                                    .arg(i)
+                                    .arg(expected.value(i).left(300), actual.value(i).left(300));
 }
 
 } // namespace
@@ -109,8 +110,7 @@ Scan referenceTracks(QByteArrayView source) {
         } else if (work == u"</trkpt>") {
             write(item + work, "\r\n");
         } else if (work == u"<trkseg>" || work == u"</trk>") {
-            write(item, "\r\n");
-            write(work, "\r\n");
+            write(item + "\r\n" + work, "\r\n");
         } else if (work == u"</gpx>") {
             write(work, "\r\n");
             r.stopped = true;
@@ -123,20 +123,32 @@ Scan referenceTracks(QByteArrayView source) {
     return r;
 }
 
-Scan scanFavorites(QByteArrayView source, const QList<qsizetype>& sizes) {
-    Scan r;
-    FavoritesScanner scanner;
+// Feeds every block, also after the scan stopped.
+template <typename Item, typename Scanner>
+Scan scan(Scanner& scanner, QString Item::*last, QByteArrayView source,
+          const QList<qsizetype>& sizes, Scan& r) {
     bool goesOn = true;
     for (const QByteArrayView block : blocks(source, sizes)) {
         goesOn = scanner.feed(block);
-        for (const FavoriteItem& item : scanner.takeItems())
-            r.rows << QStringList{item.name, item.code, item.symbol};
+        for (const Item& item : scanner.takeItems())
+            r.rows << QStringList{item.name, item.code, item.*last};
     }
+    qint64 starts;
+    if constexpr (std::is_same_v<Item, TrackItem>)
+        starts = scanner.finish() && !scanner.writeFailed() ? scanner.trackStarts() : -1;
+    else
+        starts = scanner.itemStarts();
     r.header = scanner.header();
     r.hasHeader = scanner.hasHeader();
     r.stopped = scanner.stopped();
-    r.starts = goesOn == r.stopped ? -1 : scanner.itemStarts();
+    r.starts = goesOn == r.stopped ? -1 : starts;
     return r;
+}
+
+Scan scanFavorites(QByteArrayView source, const QList<qsizetype>& sizes) {
+    FavoritesScanner scanner;
+    Scan r;
+    return scan(scanner, &FavoriteItem::symbol, source, sizes, r);
 }
 
 Scan scanTracks(QByteArrayView source, const QList<qsizetype>& sizes, qsizetype bufferSize) {
@@ -144,18 +156,7 @@ Scan scanTracks(QByteArrayView source, const QList<qsizetype>& sizes, qsizetype 
     QBuffer scratch(&r.scratch);
     scratch.open(QIODevice::WriteOnly);
     TracksScanner scanner(&scratch, bufferSize);
-    bool goesOn = true;
-    for (const QByteArrayView block : blocks(source, sizes)) {
-        goesOn = scanner.feed(block);
-        for (const TrackItem& item : scanner.takeItems())
-            r.rows << QStringList{item.name, item.code, item.sourceName};
-    }
-    const bool finished = scanner.finish() && !scanner.writeFailed();
-    r.header = scanner.header();
-    r.hasHeader = scanner.hasHeader();
-    r.stopped = scanner.stopped();
-    r.starts = goesOn == r.stopped || !finished ? -1 : scanner.trackStarts();
-    return r;
+    return scan(scanner, &TrackItem::sourceName, source, sizes, r);
 }
 
 QStringList lines(const Scan& scan) {
@@ -209,5 +210,12 @@ QList<QStringList> values(const Case& c, QByteArrayView key) {
         for (const QByteArray& field : v.split('|'))
             out.last() << CodePage::toUnicode(QByteArray::fromPercentEncoding(field));
     }
+    return out;
+}
+
+QStringList texts(const Case& c, QByteArrayView key) {
+    QStringList out;
+    for (const QStringList& fields : values(c, key))
+        out << fields.join(u'|');
     return out;
 }
