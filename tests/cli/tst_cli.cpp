@@ -33,12 +33,12 @@ Tree tree(const QString& home) {
     static const QRegularExpression date("\\d{4}-\\d\\d-\\d\\d-\\d{4}");
     const QDir root(home + "/GPX");
     Tree entries;
-    QDirIterator it(root.path(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QFileInfo info = it.nextFileInfo();
-        entries[root.relativeFilePath(info.filePath()).replace(date, "DATE")] =
-            info.isFile() ? MainWindowFixture::readFile(info.filePath()) : "/";
+    for (QDirIterator it(root.path(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
+                         QDirIterator::Subdirectories);
+         it.hasNext();) {
+        const QString path = it.next();
+        entries[root.relativeFilePath(path).replace(date, "DATE")] =
+            QFileInfo(path).isFile() ? MainWindowFixture::readFile(path) : "/";
     }
     return entries;
 }

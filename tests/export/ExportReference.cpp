@@ -27,13 +27,10 @@ QByteArray referenceFavoritesBody(const QList<QStringList>& rows, const QList<Sy
 
 QByteArray referenceTracksBody(const QList<QStringList>& rows, const QStringList& sourceNames,
                                const QByteArray& scratch) {
-    QList<QByteArray> lines;
-    qsizetype at = 0;
-    for (qsizetype end; (end = scratch.indexOf("\r\n", at)) >= 0; at = end + 2)
-        lines << scratch.sliced(at, end - at);
-    if (at < scratch.size())
-        lines << scratch.sliced(at);
-    QByteArray out;
+    QStringList lines = CodePage::toUnicode(scratch).split(QStringLiteral("\r\n"));
+    if (lines.last().isEmpty())
+        lines.removeLast();
+    QString out;
     qsizetype i = 0;
     bool last = false;
     for (qsizetype r = 0; r < rows.size() && !last; ++r) {
@@ -45,7 +42,7 @@ QByteArray referenceTracksBody(const QList<QStringList>& rows, const QStringList
                 last = true;
                 break;
             }
-            const bool found = !lines[i].isEmpty() && CodePage::toUnicode(lines[i]).contains(name);
+            const bool found = !lines[i].isEmpty() && lines[i].contains(name);
             if (found)
                 out += lines[i] + "\r\n";
             last = lines[i].contains("</gpx>");
@@ -59,7 +56,7 @@ QByteArray referenceTracksBody(const QList<QStringList>& rows, const QStringList
             last = last || i >= lines.size() || lines[i].contains("</gpx>");
         }
     }
-    return out;
+    return CodePage::fromUnicode(out);
 }
 
 void fillGrid(FlexGridModel& grid, const QList<QStringList>& rows) {

@@ -50,11 +50,9 @@ Scan referenceFavorites(QByteArrayView source) {
     Scan r;
     QString work, item;
     for (qsizetype i = 0; i < source.size() && !r.stopped; ++i) {
-        QChar ch = CodePage::toChar(uchar(source[i]));
+        const QChar ch = source[i] == '\n' ? QChar(u' ') : CodePage::toChar(uchar(source[i]));
         if (ch == u'\r')
             continue;
-        if (ch == u'\n')
-            ch = u' ';
         if (ch == u'<')
             item += std::exchange(work, {});
         work += ch;
@@ -80,13 +78,11 @@ Scan referenceTracks(QByteArrayView source) {
         r.scratch += CodePage::fromUnicode(text) + end;
     };
     for (qsizetype i = 0; i < source.size() && !r.stopped; ++i) {
-        QChar ch = CodePage::toChar(uchar(source[i]));
+        const QChar ch = source[i] == '\n' ? QChar(u' ') : CodePage::toChar(uchar(source[i]));
+        if (ch == u'\r')
+            continue;
         if (ch == u'<')
             item += std::exchange(work, {});
-        else if (ch == u'\r')
-            continue;
-        else if (ch == u'\n')
-            ch = u' ';
         work += ch;
         if ((work == u"<trk>" || work == u"<wpt") && !r.hasHeader) {
             r.header = item;
@@ -176,6 +172,14 @@ QString compareScanners(QByteArrayView source, const QList<qsizetype>& sizes,
            firstDifference(referenceTracks(source), scanTracks(source, sizes, bufferSize));
 }
 
+QString compareAll(QByteArrayView source, QRandomGenerator& random) {
+    QList<qsizetype> sizes;
+    for (int i = 0; i < 8; ++i)
+        sizes << (random.bounded(4) ? random.bounded(1, 9) : random.bounded(1, 5000));
+    return compareScanners(source, {}, TracksScanner::defaultBufferSize) +
+           compareScanners(source, {1}, 1) + compareScanners(source, sizes, 7);
+}
+
 qint64 Device::readData(char* data, qint64 size) {
     return failAt >= 0 && pos() >= failAt ? -1 : QBuffer::readData(data, qMin<qint64>(size, 7));
 }
@@ -195,21 +199,21 @@ QList<Case> readCases(const QString& name) {
         const qsizetype colon = line.indexOf(':');
         if (line.startsWith("case:"))
             cases.append(Case());
-        if (!line.startsWith('#') && colon > 0 && !cases.isEmpty())
-            cases.last().append({line.left(colon), line.mid(colon + 1).trimmed()});
+        if (line.startsWith('#') || colon < 1 || cases.isEmpty())
+            continue;
+        QStringList fields;
+        for (const QByteArray& field : line.mid(colon + 1).trimmed().split('|'))
+            fields << CodePage::toUnicode(QByteArray::fromPercentEncoding(field));
+        cases.last().append({line.left(colon), fields});
     }
     return cases;
 }
 
 QList<QStringList> values(const Case& c, QByteArrayView key) {
     QList<QStringList> out;
-    for (const auto& [k, v] : c) {
-        if (k != key)
-            continue;
-        out.append(QStringList());
-        for (const QByteArray& field : v.split('|'))
-            out.last() << CodePage::toUnicode(QByteArray::fromPercentEncoding(field));
-    }
+    for (const auto& [k, fields] : c)
+        if (k == key)
+            out << fields;
     return out;
 }
 

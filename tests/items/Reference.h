@@ -4,6 +4,7 @@
 
 #include <QBuffer>
 #include <QList>
+#include <QRandomGenerator>
 #include <QStringList>
 
 #include <utility>
@@ -28,8 +29,10 @@ Scan referenceTracks(QByteArrayView source);
 Scan scanFavorites(QByteArrayView source, const QList<qsizetype>& sizes);
 Scan scanTracks(QByteArrayView source, const QList<qsizetype>& sizes, qsizetype bufferSize);
 QStringList lines(const Scan& scan);
-// Empty when both scanners agree with the references, else the first difference.
+// Empty when both scanners agree with the references, else the first difference; compareAll()
+// feeds the source whole, a byte at a time with a 1-byte scratch buffer, and in random blocks.
 QString compareScanners(QByteArrayView source, const QList<qsizetype>& sizes, qsizetype bufferSize);
+QString compareAll(QByteArrayView source, QRandomGenerator& random);
 
 // The export bodies from the export's rules. rows: mark, name, code, symbol; sourceNames[r] is
 // searched for grid row r. fillGrid() puts the heading row, then the rows, into a grid.
@@ -38,10 +41,15 @@ QByteArray referenceTracksBody(const QList<QStringList>& rows, const QStringList
                                const QByteArray& scratch);
 void fillGrid(FlexGridModel& grid, const QList<QStringList>& rows);
 
-// Reads at most 7 bytes at a time; reads and writes past failAt fail.
+// Opened unbuffered on data; reads at most 7 bytes at a time; reads and writes past failAt fail.
 class Device : public QBuffer {
 public:
-    qint64 failAt = -1;
+    explicit Device(OpenMode mode, const QByteArray& bytes = {}, qint64 limit = -1)
+        : failAt(limit) {
+        setData(bytes);
+        open(mode | Unbuffered);
+    }
+    qint64 failAt;
 
 protected:
     qint64 readData(char* data, qint64 size) override;
@@ -50,7 +58,7 @@ protected:
 
 // Case files: "key: value" lines, a new case at each "case" key. values() splits each value at
 // "|" and decodes the fields (percent-encoded Windows-1252); texts() joins them again.
-using Case = QList<std::pair<QByteArray, QByteArray>>;
+using Case = QList<std::pair<QByteArray, QStringList>>;
 QList<Case> readCases(const QString& name);
 QList<QStringList> values(const Case& c, QByteArrayView key);
 QStringList texts(const Case& c, QByteArrayView key);

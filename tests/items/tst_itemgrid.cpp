@@ -22,8 +22,7 @@ private slots:
         model.setFixedRows(1);
         QSignalSpy headerChanged(&model, &QAbstractItemModel::headerDataChanged);
         model.setTextMatrix(0, 1, "B");
-        QCOMPARE(headerChanged.count(), 1);
-        QCOMPARE(model.headerData(1, Qt::Horizontal).toString(), "B");
+        QVERIFY(headerChanged.count() == 1 && model.headerData(1, Qt::Horizontal) == "B");
         model.appendRows({{"1", "2", "3"}, {"4"}});
         QVERIFY(model.setData(model.index(2, 2), "z"));
         QVERIFY(!model.setData(model.index(2, 2), "y", Qt::DisplayRole));
@@ -51,7 +50,7 @@ private slots:
         setAllMarks(model, " ");
         QCOMPARE(model.TextMatrix(2, 0) + model.TextMatrix(0, 1), " B");
         model.setRows(0);
-        QCOMPARE(model.FixedRows(), 0);
+        QVERIFY(model.FixedRows() == 0);
     }
 
     void clickTogglesByCharacterCodes() {
@@ -84,8 +83,7 @@ private slots:
             key(&grid, &FlexGrid::KeyPress);
         for (const auto& [row, col] : {std::pair{0, 0}, {2, 0}, {2, 3}, {4, 3}, {2, 4}, {-1, 3}})
             (grid.setRow(row), grid.setCol(col));
-        QCOMPARE(QString::number(grid.Row()) + QString::number(grid.Col()), "23");
-        QCOMPARE(change.count(), 2);
+        QVERIFY(grid.Row() == 2 && grid.Col() == 3 && change.count() == 2);
         const QRect cell = grid.visualRect(grid.gridModel()->index(3, 1));
         QTest::mouseClick(grid.viewport(), Qt::LeftButton, {}, cell.center());
         QVERIFY(click.count() == 1 && grid.Row() == 3 && grid.Col() == 1);
