@@ -4,10 +4,7 @@
 
 #include <QBuffer>
 #include <QList>
-#include <QRandomGenerator>
 #include <QStringList>
-
-#include <utility>
 
 class FlexGridModel;
 
@@ -16,8 +13,7 @@ class FlexGridModel;
 struct Scan {
     QList<QStringList> rows;
     QString header;
-    bool hasHeader = false;
-    bool stopped = false;
+    bool hasHeader = false, stopped = false;
     qint64 starts = 0;
     QByteArray scratch;
 };
@@ -32,7 +28,7 @@ QStringList lines(const Scan& scan);
 // Empty when both scanners agree with the references, else the first difference; compareAll()
 // feeds the source whole, a byte at a time with a 1-byte scratch buffer, and in random blocks.
 QString compareScanners(QByteArrayView source, const QList<qsizetype>& sizes, qsizetype bufferSize);
-QString compareAll(QByteArrayView source, QRandomGenerator& random);
+QString compareAll(QByteArrayView source, quint32 seed);
 
 // The export bodies from the export's rules. rows: mark, name, code, symbol; sourceNames[r] is
 // searched for grid row r. fillGrid() puts the heading row, then the rows, into a grid.
