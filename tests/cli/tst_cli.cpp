@@ -9,14 +9,11 @@
 #include <QProcess>
 #include <QRegularExpression>
 
-using Tree = QMap<QString, QByteArray>;
-
 namespace {
 
 const QString sample = TARNWICK_CORPUS "/gpsbabel__gpsbabel__reference__gdb-sample.gpx";
 
-// Nuvi_1 with its symbol table and the given entries, |-separated: "name/" a folder,
-// "name:text" a file.
+// Nuvi_1 with its symbol table and entries ("name/" a folder, "name:text" a file).
 void makeHome(const QString& home, const QString& entries) {
     const QDir device(home + "/GPX/Nuvi_1");
     QVERIFY(QDir().mkpath(device.path()));
@@ -29,10 +26,10 @@ void makeHome(const QString& home, const QString& entries) {
 }
 
 // Every entry under the workspace with its bytes; a dated copy's date and time are left out.
-Tree tree(const QString& home) {
+QMap<QString, QByteArray> tree(const QString& home) {
     static const QRegularExpression date("\\d{4}-\\d\\d-\\d\\d-\\d{4}");
     const QDir root(home + "/GPX");
-    Tree entries;
+    QMap<QString, QByteArray> entries;
     for (QDirIterator it(root.path(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
                          QDirIterator::Subdirectories);
          it.hasNext();) {
@@ -60,14 +57,13 @@ private slots:
         QFETCH(QStringList, row);
         const QStringList arguments =
             row[2].replace("CORPUS", TARNWICK_CORPUS).replace("FILE", sample).split(u'|');
-        const QString window = row[3], message = row[5];
         if (!QFileInfo::exists(sample))
             QSKIP("the GPX corpus is absent");
         QTemporaryDir cliHome;
         MainWindowFixture f;
         makeHome(cliHome.path(), row[1]);
         makeHome(f.home.path(), row[1]);
-        const Tree before = tree(cliHome.path());
+        const auto before = tree(cliHome.path());
 
         // Without a display: a window system is never touched.
         QProcess cli;
@@ -80,10 +76,10 @@ private slots:
         cli.start(TARNWICK_EXE, arguments);
         QVERIFY(cli.waitForFinished(60000));
         const QString output = cli.readAllStandardOutput(), errors = cli.readAllStandardError();
-        QVERIFY2((output + errors).contains(message), qPrintable(output + errors));
+        QVERIFY2((output + errors).contains(row[5]), qPrintable(output + errors));
         QCOMPARE(cli.exitCode(), row[4].toInt());
         QCOMPARE(errors.isEmpty(), row[4] == "0");
-        if (window.isEmpty()) {
+        if (row[3].isEmpty()) {
             QCOMPARE(tree(cliHome.path()), before);
             return;
         }
@@ -92,12 +88,12 @@ private slots:
         w.chooseSourceFile(sample);
         QCOMPARE(w.SourceFileName, QFileInfo(sample).fileName());
         // Each step triggers a menu item as a click would, or marks the items of a name.
-        for (const QString& step : window.split(u'|')) {
+        for (const QString& step : row[3].split(u'|')) {
             if (auto* item = w.findChild<QAction*>(step))
                 item->trigger();
-            for (int row = 1; row < w.Grid1->Rows(); ++row)
-                if ("mark:" + w.Grid1->TextMatrix(row, 1) == step)
-                    w.Grid1->setTextMatrix(row, 0, "X");
+            for (int r = 1; r < w.Grid1->Rows(); ++r)
+                if ("mark:" + w.Grid1->TextMatrix(r, 1) == step)
+                    w.Grid1->setTextMatrix(r, 0, "X");
         }
         QCOMPARE(f.messages, QStringList());
         // A listing writes nothing, where the window's tracks load writes its scratch file.

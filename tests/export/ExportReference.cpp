@@ -37,18 +37,13 @@ QByteArray referenceTracksBody(const QList<QStringList>& rows, const QStringList
         if (rows[r].value(0) != u"X")
             continue;
         const QString name = sourceNames.value(r + 1, rows[r].value(1));
-        for (;; ++i) {
-            if (i >= lines.size()) {
-                last = true;
-                break;
-            }
-            const bool found = !lines[i].isEmpty() && lines[i].contains(name);
-            if (found)
-                out += lines[i] + "\r\n";
-            last = lines[i].contains("</gpx>");
-            if (found || last)
-                break;
-        }
+        // The first line on that holds the name, unless the file ends first.
+        const auto holdsName = [&] { return !lines[i].isEmpty() && lines[i].contains(name); };
+        while (i < lines.size() && !holdsName() && !lines[i].contains("</gpx>"))
+            ++i;
+        last = i >= lines.size() || lines[i].contains("</gpx>");
+        if (i < lines.size() && holdsName())
+            out += lines[i] + "\r\n";
         if (i < lines.size() && lines[i].contains("<trk>")) {
             while (++i < lines.size() && !lines[i].contains("<trk>") &&
                    !lines[i].contains("</gpx>"))

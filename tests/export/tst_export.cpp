@@ -21,8 +21,7 @@ QByteArray bytes(const Case& c, QByteArrayView key) {
     return texts(c, key).isEmpty() ? QByteArray() : CodePage::fromUnicode(texts(c, key).join(""));
 }
 
-// Each heading with its width in twips (15 to a pixel, 0 hides the column; "?" when the shown
-// width differs), then row 1's name.
+// Headings with their widths in twips ("?": the shown width differs), then row 1's name.
 QString headings(const FlexGrid& grid) {
     QString out;
     for (int c = 0; c < 4; ++c)
@@ -74,9 +73,8 @@ private slots:
         }
     }
 
-    // Real files: both scanners against their references; then the export of every other
-    // favorite, symbols converted by the default table, and of every other track, found by its
-    // name as the source writes it.
+    // Real files: the scanners against their references; then every other item exported (symbols
+    // converted by the default table, tracks found by their names as the source writes them).
     void realFilesMatchTheReferences() {
         QFileInfoList files = QDir(TARNWICK_TEST_DATA).entryInfoList({"*.gpx"});
         files += QDir(TARNWICK_CORPUS).entryInfoList({"*.gpx", "*.xml"});
@@ -84,9 +82,8 @@ private slots:
         const QString scratchPath = dir.filePath("TEMP.TMP");
         const QList<SymbolPair>& table = symtable::defaultTable();
         for (const QFileInfo& info : files) {
-            const QString file = info.fileName();
             const QByteArray source = bytesOf(info.filePath());
-            QVERIFY2(compareAll(source, 11).isEmpty(), qPrintable(file));
+            QVERIFY2(compareAll(source, 11).isEmpty(), qPrintable(info.fileName()));
             for (const bool tracks : {false, true}) {
                 const Scan scan = tracks ? scanTracks(source, {}, 4096) : scanFavorites(source, {});
                 QList<QStringList> rows;
@@ -107,7 +104,7 @@ private slots:
                                             : referenceFavoritesBody(rows, &table);
                 QVERIFY2(bytesOf(result.path) ==
                              CodePage::fromUnicode(scan.header) + "\r\n" + body + "</gpx>\r\n",
-                         qPrintable(file + (tracks ? " tracks" : " favorites")));
+                         qPrintable(info.fileName() + (tracks ? " tracks" : " favorites")));
             }
         }
         if (!QFileInfo(TARNWICK_CORPUS).isDir())
@@ -145,11 +142,10 @@ private slots:
         QTemporaryDir dir;
         FlexGridModel grid(4);
         fillGrid(grid, {{"X", "A", "<wpt/>", "S"}});
-        ExportResult result;
-        {
+        ExportResult result = [&] {
             FileSizeLimit full(3);
-            result = exportFavorites(dir.path(), "A", "<gpx>", grid, nullptr);
-        }
+            return exportFavorites(dir.path(), "A", "<gpx>", grid, nullptr);
+        }();
         QCOMPARE(result.error, "The file " + dir.filePath("A.gpx") + " can't be written: " +
                                    QString::fromLocal8Bit(std::strerror(EFBIG)));
         result = exportTracks(dir.path(), "A", "<gpx>", grid, {}, dir.path());
@@ -160,8 +156,7 @@ private slots:
                 QDir(dir.path()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
     }
 
-    // The main window names the file after the first marked item that has a name; each load
-    // sets the headings and widths of the grid.
+    // The window names the file after the first marked item with a name; loads set the headings.
     void exportNamesTheFileAfterTheFirstMarkedName_data() {
         QTest::addColumn<QStringList>("row");
         for (const QStringList& row : MainWindowFixture::dataRows("export_file_names.tsv"))
@@ -170,15 +165,13 @@ private slots:
 
     void exportNamesTheFileAfterTheFirstMarkedName() {
         QFETCH(QStringList, row);
-        const QStringList names = row[1].split(u'|');
-        QByteArray source = "<gpx>";
-        for (const QString& name : names)
-            source += "<wpt><name>" + CodePage::fromUnicode(name) + "</name></wpt>";
+        const QString names = row[1].replace("|", "</name></wpt><wpt><name>");
         MainWindowFixture f;
-        frmForm1& w = f.startWithSource(source + "</gpx>");
+        frmForm1& w = f.startWithSource("<gpx><wpt><name>" + CodePage::fromUnicode(names) +
+                                        "</name></wpt></gpx>");
         w.mnuSelectFavorites->trigger();
         QCOMPARE(headings(*w.Grid1), "  240|NAME 4440|FAVORITE'S XML CODE 0|SYMBOL 1560|" +
-                                         DecodeXmlEntities(names.value(0)));
+                                         DecodeXmlEntities(names.section('<', 0, 0)));
         const QString output = f.device("Nuvi_1") + "/output";
         QDir().mkpath(output);
         f.writeFile(output + "/HOME.GPX", "old");

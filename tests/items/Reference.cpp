@@ -156,8 +156,8 @@ QString compareScanners(QByteArrayView source, const QList<qsizetype>& sizes,
         ++i;
     return expected == actual ? QString()
                               : QStringLiteral("line %1: expected «%2», got «%3»")
-                                    .arg(i)
-                                    .arg(expected.value(i).left(300), actual.value(i).left(300));
+                                    .arg(QString::number(i), expected.value(i).left(300),
+                                         actual.value(i).left(300));
 }
 
 QString compareAll(QByteArrayView source, quint32 seed) {

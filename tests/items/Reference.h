@@ -3,7 +3,6 @@
 #include "symbols/symtable.h"
 
 #include <QBuffer>
-#include <QList>
 #include <QStringList>
 
 class FlexGridModel;
