@@ -1,6 +1,5 @@
-// Both scanners against their character-by-character references on any bytes, cut into blocks
-// wherever the fuzzer chooses. The first byte's low four bits give the number of block sizes
-// that follow (one byte each, 1 to 256), its high four bits the scratch buffer size.
+// Both scanners against their references on any bytes. The first byte's low four bits give the
+// number of block sizes that follow (a byte each, 1 to 256), its high four bits the buffer size.
 
 #include "Reference.h"
 

@@ -27,31 +27,23 @@ QByteArray referenceFavoritesBody(const QList<QStringList>& rows, const QList<Sy
 
 QByteArray referenceTracksBody(const QList<QStringList>& rows, const QStringList& sourceNames,
                                const QByteArray& scratch) {
-    QList<QByteArray> lines;
-    qsizetype at = 0;
-    for (qsizetype end; (end = scratch.indexOf("\r\n", at)) >= 0; at = end + 2)
-        lines << scratch.sliced(at, end - at);
-    if (at < scratch.size())
-        lines << scratch.sliced(at);
-    QByteArray out;
+    QStringList lines = CodePage::toUnicode(scratch).split(QStringLiteral("\r\n"));
+    if (lines.last().isEmpty())
+        lines.removeLast();
+    QString out;
     qsizetype i = 0;
     bool last = false;
     for (qsizetype r = 0; r < rows.size() && !last; ++r) {
         if (rows[r].value(0) != u"X")
             continue;
         const QString name = sourceNames.value(r + 1, rows[r].value(1));
-        for (;; ++i) {
-            if (i >= lines.size()) {
-                last = true;
-                break;
-            }
-            const bool found = !lines[i].isEmpty() && CodePage::toUnicode(lines[i]).contains(name);
-            if (found)
-                out += lines[i] + "\r\n";
-            last = lines[i].contains("</gpx>");
-            if (found || last)
-                break;
-        }
+        // The first line on that holds the name, unless the file ends first.
+        const auto holdsName = [&] { return !lines[i].isEmpty() && lines[i].contains(name); };
+        while (i < lines.size() && !holdsName() && !lines[i].contains("</gpx>"))
+            ++i;
+        last = i >= lines.size() || lines[i].contains("</gpx>");
+        if (i < lines.size() && holdsName())
+            out += lines[i] + "\r\n";
         if (i < lines.size() && lines[i].contains("<trk>")) {
             while (++i < lines.size() && !lines[i].contains("<trk>") &&
                    !lines[i].contains("</gpx>"))
@@ -59,7 +51,7 @@ QByteArray referenceTracksBody(const QList<QStringList>& rows, const QStringList
             last = last || i >= lines.size() || lines[i].contains("</gpx>");
         }
     }
-    return out;
+    return CodePage::fromUnicode(out);
 }
 
 void fillGrid(FlexGridModel& grid, const QList<QStringList>& rows) {

@@ -1,5 +1,5 @@
-// The export writer against its reference on cases from the rules and on real files, the free
-// file name, what a failure reports, and the name the main window gives the file.
+// The export writer against its reference on cases from the rules, and with the scanners on real
+// files; the free file name, what a failure reports, and the name the main window gives the file.
 
 #include "FileSizeLimit.h"
 #include "Reference.h"
@@ -14,30 +14,24 @@
 
 namespace {
 
-QByteArray bytesOf(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
+const auto bytesOf = &MainWindowFixture::readFile;
+
+// A key's values joined and encoded; null when the case has none.
+QByteArray bytes(const Case& c, QByteArrayView key) {
+    return texts(c, key).isEmpty() ? QByteArray() : CodePage::fromUnicode(texts(c, key).join(""));
 }
 
-QByteArray joined(const QList<QStringList>& values) {
-    QByteArray out;
-    for (const QStringList& value : values)
-        out += CodePage::fromUnicode(value.join(u'|'));
-    return out;
-}
-
-// Each heading with its width in twips (15 to a pixel, 0 hides the column), then row 1's name.
-QString headings(frmForm1& w) {
-    QStringList cells;
+// Headings with their widths in twips ("?": the shown width differs), then row 1's name. The
+// last column shown also takes the width the window has beyond the design.
+QString headings(const FlexGrid& grid) {
+    QString out;
     for (int c = 0; c < 4; ++c) {
-        cells << w.Grid1->TextMatrix(0, c) + " " + QString::number(w.Grid1->ColWidth(c));
-        // The last column shown also takes the width the window has beyond the design.
-        const int shown = w.Grid1->isColumnHidden(c) ? 0 : w.Grid1->columnWidth(c) * 15;
-        if (shown < w.Grid1->ColWidth(c) ||
-            (shown > w.Grid1->ColWidth(c) && c < 3 && !w.Grid1->isColumnHidden(c + 1)))
-            cells << "(shown width differs)";
+        const int shown = grid.isColumnHidden(c) ? 0 : grid.columnWidth(c) * 15;
+        const bool last = c == 3 || grid.isColumnHidden(c + 1);
+        out += grid.TextMatrix(0, c) + " " + QString::number(grid.ColWidth(c)) +
+               (shown < grid.ColWidth(c) || (shown > grid.ColWidth(c) && !last) ? "?|" : "|");
     }
-    return cells.join(u'|') + "|" + w.Grid1->TextMatrix(1, 1);
+    return out + grid.TextMatrix(1, 1);
 }
 
 } // namespace
@@ -46,69 +40,53 @@ class ExportTest : public QObject {
     Q_OBJECT
 private slots:
     void bodiesFromTheRules_data() {
-        QTest::addColumn<QList<QStringList>>("rows");
-        QTest::addColumn<QList<QStringList>>("table");
-        QTest::addColumn<QByteArray>("scratch");
-        QTest::addColumn<QStringList>("sourceNames");
-        QTest::addColumn<QByteArray>("expected");
-        for (const Case& c : readCases(QStringLiteral("export_bodies.txt")))
-            QTest::newRow(joined(values(c, "case")).constData())
-                << values(c, "row") << values(c, "table")
-                << (c.contains({"scratch", ""}) ? QByteArray("") : joined(values(c, "scratch")))
-                << QStringList{QString()} + values(c, "source").value(0)
-                << joined(values(c, "out"));
+        QTest::addColumn<Case>("c");
+        for (const Case& c : readCases("export_bodies.txt"))
+            QTest::newRow(qPrintable(texts(c, "case").join(QString()))) << c;
     }
 
     // Tracks (with a scratch file, read in short pieces) or favorites (with the table, or
     // without conversion); then again on devices that fail half way.
     void bodiesFromTheRules() {
-        QFETCH(QList<QStringList>, rows);
-        QFETCH(QList<QStringList>, table);
-        QFETCH(QByteArray, scratch);
-        QFETCH(QStringList, sourceNames);
-        QFETCH(QByteArray, expected);
+        QFETCH(Case, c);
+        const QList<QStringList> rows = values(c, "row");
+        const QByteArray scratch = bytes(c, "scratch"), expected = bytes(c, "out");
+        const QStringList sourceNames = QStringList{QString()} + values(c, "source").value(0);
         FlexGridModel grid(4);
         fillGrid(grid, rows);
         QList<SymbolPair> pairs;
-        for (const QStringList& pair : table)
+        for (const QStringList& pair : values(c, "table"))
             pairs.append({pair.value(0), pair.value(1)});
         const QList<SymbolPair>* conversion = pairs.isEmpty() ? nullptr : &pairs;
+        QCOMPARE(scratch.isNull() ? referenceFavoritesBody(rows, conversion)
+                                  : referenceTracksBody(rows, sourceNames, scratch),
+                 expected);
         for (const qint64 failAt : {qint64(-1), expected.size() / 2}) {
-            Device out, in;
-            out.failAt = failAt;
-            out.open(QIODevice::WriteOnly);
-            in.setData(scratch);
-            in.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+            Device out(QIODevice::WriteOnly, {}, failAt), in(QIODevice::ReadOnly, scratch),
+                sink(QIODevice::WriteOnly);
             const bool written = scratch.isNull() ? writeFavoritesBody(out, grid, conversion)
                                                   : writeTracksBody(out, in, grid, sourceNames) ==
                                                         TracksBody::Written;
             QCOMPARE(written, failAt < 0 || expected.isEmpty());
             if (failAt < 0)
                 QCOMPARE(out.data(), expected);
-            if (scratch.isNull())
-                continue;
-            QCOMPARE(referenceTracksBody(rows, sourceNames, scratch), expected);
-            QBuffer sink;
-            sink.open(QIODevice::WriteOnly);
             in.failAt = in.pos() - 1; // reading on fails from here
-            if (!in.atEnd() && failAt >= 0)
+            if (!scratch.isNull() && !in.atEnd() && failAt >= 0)
                 QCOMPARE(writeTracksBody(sink, in, grid, sourceNames), TracksBody::ReadFailed);
         }
-        if (scratch.isNull())
-            QCOMPARE(referenceFavoritesBody(rows, conversion), expected);
     }
 
-    // Real files as the loads list them: every other favorite marked, symbols converted by
-    // the default table; every other track, found by its name as the source writes it.
-    void realFilesAreExportedByteForByte() {
-        const QDir corpus(QStringLiteral(TARNWICK_CORPUS));
-        if (!corpus.exists())
-            QSKIP("The shared GPX corpus is not present beside the checkout.");
+    // Real files: the scanners against their references; then every other item exported (symbols
+    // converted by the default table, tracks found by their names as the source writes them).
+    void realFilesMatchTheReferences() {
+        QFileInfoList files = QDir(TARNWICK_TEST_DATA).entryInfoList({"*.gpx"});
+        files += QDir(TARNWICK_CORPUS).entryInfoList({"*.gpx", "*.xml"});
         QTemporaryDir dir;
-        const QString scratchPath = dir.filePath(QStringLiteral("TEMP.TMP"));
+        const QString scratchPath = dir.filePath("TEMP.TMP");
         const QList<SymbolPair>& table = symtable::defaultTable();
-        for (const QString& file : corpus.entryList({"*.gpx"})) {
-            const QByteArray source = bytesOf(corpus.filePath(file));
+        for (const QFileInfo& info : files) {
+            const QByteArray source = bytesOf(info.filePath());
+            QVERIFY2(compareAll(source, 11).isEmpty(), qPrintable(info.fileName()));
             for (const bool tracks : {false, true}) {
                 const Scan scan = tracks ? scanTracks(source, {}, 4096) : scanFavorites(source, {});
                 QList<QStringList> rows;
@@ -129,51 +107,32 @@ private slots:
                                             : referenceFavoritesBody(rows, &table);
                 QVERIFY2(bytesOf(result.path) ==
                              CodePage::fromUnicode(scan.header) + "\r\n" + body + "</gpx>\r\n",
-                         qPrintable(file + (tracks ? " tracks" : " favorites")));
+                         qPrintable(info.fileName() + (tracks ? " tracks" : " favorites")));
             }
         }
+        if (!QFileInfo(TARNWICK_CORPUS).isDir())
+            QSKIP("The shared GPX corpus is not present beside the checkout.");
     }
 
-    // The first free of «Home.gpx», «Home 1.gpx», ... without regard to case; the export
-    // takes it and leaves what was there as it was.
+    // The export takes the first free name and leaves what was there as it was.
     void exportTakesTheFirstFreeName_data() {
-        QTest::addColumn<QStringList>("existing");
-        QTest::addColumn<QString>("base");
-        QTest::addColumn<QString>("expected");
-        QStringList ten{"A.gpx"};
-        for (int i = 1; i <= 10; ++i)
-            ten << QStringLiteral("A %1.gpx").arg(i);
-        QTest::newRow("free") << QStringList{} << "Home"
-                              << "Home";
-        QTest::newRow("two taken") << QStringList{"Home.gpx", "Home 1.gpx"} << "Home"
-                                   << "Home 2";
-        QTest::newRow("another case") << QStringList{"HOME.GPX", "home 1.Gpx"} << "Home"
-                                      << "Home 2";
-        QTest::newRow("a gap") << QStringList{"Home.gpx", "Home 2.gpx"} << "Home"
-                               << "Home 1";
-        QTest::newRow("past ten") << ten << "A"
-                                  << "A 11";
-        QTest::newRow("other names") << QStringList{"Home.txt", "Home", "Home.gpx.bak"} << "Home"
-                                     << "Home";
-        QTest::newRow("a folder") << QStringList{"Home.gpx/"} << "Home"
-                                  << "Home 1";
-        QTest::newRow("no name") << QStringList{".gpx", " 1.gpx"} << ""
-                                 << " 2";
+        QTest::addColumn<QStringList>("row");
+        for (const QStringList& row : MainWindowFixture::dataRows("export_free_names.tsv"))
+            QTest::newRow(qPrintable(row[0])) << row;
     }
 
     void exportTakesTheFirstFreeName() {
-        QFETCH(QStringList, existing);
-        QFETCH(QString, base);
-        QFETCH(QString, expected);
+        QFETCH(QStringList, row);
+        const QStringList existing = row[1].split(u'|', Qt::SkipEmptyParts);
         QTemporaryDir dir;
         for (const QString& name : existing)
-            name.endsWith(u'/') ? (void)QDir(dir.path()).mkdir(name.chopped(1))
+            name.endsWith(u'/') ? void(QDir(dir.path()).mkdir(name.chopped(1)))
                                 : MainWindowFixture::writeFile(dir.filePath(name), name.toLatin1());
-        QCOMPARE(freeExportName(dir.path(), base), expected);
+        QCOMPARE(freeExportName(dir.path(), row[2]), row[3]);
         FlexGridModel grid(4);
         fillGrid(grid, {{"X", "Home", "<wpt/>", "S"}});
-        const ExportResult result = exportFavorites(dir.path(), base, "<gpx>", grid, nullptr);
-        QCOMPARE(result.path, dir.filePath(expected + ".gpx"));
+        const ExportResult result = exportFavorites(dir.path(), row[2], "<gpx>", grid, nullptr);
+        QCOMPARE(result.path, dir.filePath(row[3] + ".gpx"));
         QCOMPARE(bytesOf(result.path), QByteArray("<gpx>\r\n<wpt/>\r\n</gpx>\r\n"));
         const auto all = QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden;
         QCOMPARE(QDir(dir.path()).entryList(all).size(), existing.size() + 1);
@@ -186,11 +145,10 @@ private slots:
         QTemporaryDir dir;
         FlexGridModel grid(4);
         fillGrid(grid, {{"X", "A", "<wpt/>", "S"}});
-        ExportResult result;
-        {
+        ExportResult result = [&] {
             FileSizeLimit full(3);
-            result = exportFavorites(dir.path(), "A", "<gpx>", grid, nullptr);
-        }
+            return exportFavorites(dir.path(), "A", "<gpx>", grid, nullptr);
+        }();
         QCOMPARE(result.error, "The file " + dir.filePath("A.gpx") + " can't be written: " +
                                    QString::fromLocal8Bit(std::strerror(EFBIG)));
         result = exportTracks(dir.path(), "A", "<gpx>", grid, {}, dir.path());
@@ -201,48 +159,32 @@ private slots:
                 QDir(dir.path()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
     }
 
-    // The main window names the file after the first marked item that has a name; each load
-    // sets the headings and widths of the grid.
+    // The window names the file after the first marked item with a name; loads set the headings.
     void exportNamesTheFileAfterTheFirstMarkedName_data() {
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<QString>("marks");
-        QTest::addColumn<QString>("file");
-        QTest::newRow("first marked") << QStringList{"A", "B"} << "XX"
-                                      << "A.gpx";
-        QTest::newRow("unmarked passed over") << QStringList{"A", "B"} << " X"
-                                              << "B.gpx";
-        QTest::newRow("empty first marked name") << QStringList{"", "B"} << "XX"
-                                                 << "B.gpx";
-        QTest::newRow("every marked name empty") << QStringList{"", "B"} << "X "
-                                                 << ".gpx";
-        QTest::newRow("cleaned") << QStringList{QStringLiteral("Joe&apos;s Caf\u00e9 #2")} << "X"
-                                 << "Joe's Caf 2.gpx";
-        QTest::newRow("taken in another case") << QStringList{"Home", "HOME"} << "X"
-                                               << "Home 1.gpx";
+        QTest::addColumn<QStringList>("row");
+        for (const QStringList& row : MainWindowFixture::dataRows("export_file_names.tsv"))
+            QTest::newRow(qPrintable(row[0])) << row;
     }
 
     void exportNamesTheFileAfterTheFirstMarkedName() {
-        QFETCH(QStringList, names);
-        QFETCH(QString, marks);
-        QFETCH(QString, file);
-        QByteArray source = "<gpx>";
-        for (const QString& name : names)
-            source += "<wpt><name>" + CodePage::fromUnicode(name) + "</name></wpt>";
+        QFETCH(QStringList, row);
+        const QString names = row[1].replace("|", "</name></wpt><wpt><name>");
         MainWindowFixture f;
-        frmForm1& w = f.startWithSource(source + "</gpx>");
+        frmForm1& w = f.startWithSource("<gpx><wpt><name>" + CodePage::fromUnicode(names) +
+                                        "</name></wpt></gpx>");
         w.mnuSelectFavorites->trigger();
-        QCOMPARE(headings(w), "  240|NAME 4440|FAVORITE'S XML CODE 0|SYMBOL 1560|" +
-                                  DecodeXmlEntities(names.value(0)));
-        const QString output = f.device(QStringLiteral("Nuvi_1")) + "/output";
+        QCOMPARE(headings(*w.Grid1), "  240|NAME 4440|FAVORITE'S XML CODE 0|SYMBOL 1560|" +
+                                         DecodeXmlEntities(names.section('<', 0, 0)));
+        const QString output = f.device("Nuvi_1") + "/output";
         QDir().mkpath(output);
         f.writeFile(output + "/HOME.GPX", "old");
-        for (int row = 1; row <= marks.size(); ++row)
-            w.Grid1->setTextMatrix(row, 0, marks.mid(row - 1, 1));
+        for (int i = 0; i < row[2].size(); ++i)
+            w.Grid1->setTextMatrix(i + 1, 0, row[2].mid(i, 1));
         w.mnuExport->trigger();
-        QVERIFY2(QFileInfo::exists(output + "/" + file), qPrintable(f.messages.join(u'\n')));
+        QVERIFY2(QFileInfo::exists(output + "/" + row[3]), qPrintable(f.messages.join(u'\n')));
         QCOMPARE(QDir(output).entryList(QDir::Files | QDir::Hidden).size(), 2);
         w.mnuSelectTracks->trigger();
-        QCOMPARE(headings(w), "  240|TRACK NAME 6240|BLANK 0| 0|");
+        QCOMPARE(headings(*w.Grid1), "  240|TRACK NAME 6240|BLANK 0| 0|");
     }
 };
 

@@ -6,6 +6,7 @@
 #include "text/TextHelpers.h"
 
 #include <QFile>
+#include <QRandomGenerator>
 
 namespace {
 
@@ -24,36 +25,15 @@ QStringList favoriteRow(const QString& t) {
             length < 1 ? QStringLiteral("--- NONE ---") : DecodeXmlEntities(t.mid(at - 1, length))};
 }
 
-QList<QByteArrayView> blocks(QByteArrayView source, const QList<qsizetype>& sizes) {
-    QList<QByteArrayView> out;
-    for (qsizetype at = 0, i = 0; at < source.size(); at += out.last().size())
-        out << source.sliced(at, sizes.isEmpty()
-                                     ? source.size() - at
-                                     : qMin(sizes[i++ % sizes.size()], source.size() - at));
-    return out;
-}
-
-QString firstDifference(const Scan& want, const Scan& got) {
-    const QStringList expected = lines(want), actual = lines(got);
-    for (qsizetype i = 0; i < qMax(expected.size(), actual.size()); ++i)
-        if (expected.value(i, "(none)") != actual.value(i, "(none)"))
-            return QStringLiteral("line %1: expected «%2», got «%3»")
-                .arg(i)
-                .arg(expected.value(i, "(none)").left(300), actual.value(i, "(none)").left(300));
-    return {};
-}
-
 } // namespace
 
 Scan referenceFavorites(QByteArrayView source) {
     Scan r;
     QString work, item;
     for (qsizetype i = 0; i < source.size() && !r.stopped; ++i) {
-        QChar ch = CodePage::toChar(uchar(source[i]));
+        const QChar ch = source[i] == '\n' ? QChar(u' ') : CodePage::toChar(uchar(source[i]));
         if (ch == u'\r')
             continue;
-        if (ch == u'\n')
-            ch = u' ';
         if (ch == u'<')
             item += std::exchange(work, {});
         work += ch;
@@ -79,13 +59,11 @@ Scan referenceTracks(QByteArrayView source) {
         r.scratch += CodePage::fromUnicode(text) + end;
     };
     for (qsizetype i = 0; i < source.size() && !r.stopped; ++i) {
-        QChar ch = CodePage::toChar(uchar(source[i]));
+        const QChar ch = source[i] == '\n' ? QChar(u' ') : CodePage::toChar(uchar(source[i]));
+        if (ch == u'\r')
+            continue;
         if (ch == u'<')
             item += std::exchange(work, {});
-        else if (ch == u'\r')
-            continue;
-        else if (ch == u'\n')
-            ch = u' ';
         work += ch;
         if ((work == u"<trk>" || work == u"<wpt") && !r.hasHeader) {
             r.header = item;
@@ -109,8 +87,7 @@ Scan referenceTracks(QByteArrayView source) {
         } else if (work == u"</trkpt>") {
             write(item + work, "\r\n");
         } else if (work == u"<trkseg>" || work == u"</trk>") {
-            write(item, "\r\n");
-            write(work, "\r\n");
+            write(item + "\r\n" + work, "\r\n");
         } else if (work == u"</gpx>") {
             write(work, "\r\n");
             r.stopped = true;
@@ -123,38 +100,38 @@ Scan referenceTracks(QByteArrayView source) {
     return r;
 }
 
-Scan scanFavorites(QByteArrayView source, const QList<qsizetype>& sizes) {
+// Feeds every block, also after the scan stopped.
+template <typename Item, typename Scanner>
+Scan scan(Scanner&& scanner, QString Item::*last, QByteArrayView source,
+          const QList<qsizetype>& sizes) {
     Scan r;
-    FavoritesScanner scanner;
     bool goesOn = true;
-    for (const QByteArrayView block : blocks(source, sizes)) {
-        goesOn = scanner.feed(block);
-        for (const FavoriteItem& item : scanner.takeItems())
-            r.rows << QStringList{item.name, item.code, item.symbol};
+    for (qsizetype at = 0, i = 0, n; at < source.size(); at += n) {
+        n = qMin(sizes.isEmpty() ? source.size() : sizes[i++ % sizes.size()], source.size() - at);
+        goesOn = scanner.feed(source.sliced(at, n));
+        for (const Item& item : scanner.takeItems())
+            r.rows << QStringList{item.name, item.code, item.*last};
     }
+    qint64 starts;
+    if constexpr (std::is_same_v<Item, TrackItem>)
+        starts = scanner.finish() && !scanner.writeFailed() ? scanner.trackStarts() : -1;
+    else
+        starts = scanner.itemStarts();
     r.header = scanner.header();
     r.hasHeader = scanner.hasHeader();
     r.stopped = scanner.stopped();
-    r.starts = goesOn == r.stopped ? -1 : scanner.itemStarts();
+    r.starts = goesOn == r.stopped ? -1 : starts;
     return r;
 }
 
+Scan scanFavorites(QByteArrayView source, const QList<qsizetype>& sizes) {
+    return scan(FavoritesScanner(), &FavoriteItem::symbol, source, sizes);
+}
+
 Scan scanTracks(QByteArrayView source, const QList<qsizetype>& sizes, qsizetype bufferSize) {
-    Scan r;
-    QBuffer scratch(&r.scratch);
-    scratch.open(QIODevice::WriteOnly);
-    TracksScanner scanner(&scratch, bufferSize);
-    bool goesOn = true;
-    for (const QByteArrayView block : blocks(source, sizes)) {
-        goesOn = scanner.feed(block);
-        for (const TrackItem& item : scanner.takeItems())
-            r.rows << QStringList{item.name, item.code, item.sourceName};
-    }
-    const bool finished = scanner.finish() && !scanner.writeFailed();
-    r.header = scanner.header();
-    r.hasHeader = scanner.hasHeader();
-    r.stopped = scanner.stopped();
-    r.starts = goesOn == r.stopped || !finished ? -1 : scanner.trackStarts();
+    Device scratch(QIODevice::WriteOnly);
+    Scan r = scan(TracksScanner(&scratch, bufferSize), &TrackItem::sourceName, source, sizes);
+    r.scratch = scratch.data();
     return r;
 }
 
@@ -171,8 +148,25 @@ QStringList lines(const Scan& scan) {
 
 QString compareScanners(QByteArrayView source, const QList<qsizetype>& sizes,
                         qsizetype bufferSize) {
-    return firstDifference(referenceFavorites(source), scanFavorites(source, sizes)) +
-           firstDifference(referenceTracks(source), scanTracks(source, sizes, bufferSize));
+    const QStringList expected = lines(referenceFavorites(source)) + lines(referenceTracks(source));
+    const QStringList actual =
+        lines(scanFavorites(source, sizes)) + lines(scanTracks(source, sizes, bufferSize));
+    qsizetype i = 0;
+    while (i < expected.size() && expected[i] == actual.value(i))
+        ++i;
+    return expected == actual ? QString()
+                              : QStringLiteral("line %1: expected «%2», got «%3»")
+                                    .arg(QString::number(i), expected.value(i).left(300),
+                                         actual.value(i).left(300));
+}
+
+QString compareAll(QByteArrayView source, quint32 seed) {
+    QRandomGenerator random(seed);
+    QList<qsizetype> sizes;
+    for (int i = 0; i < 8; ++i)
+        sizes << (random.bounded(4) ? random.bounded(1, 9) : random.bounded(1, 5000));
+    return compareScanners(source, {}, TracksScanner::defaultBufferSize) +
+           compareScanners(source, {1}, 1) + compareScanners(source, sizes, 7);
 }
 
 qint64 Device::readData(char* data, qint64 size) {
@@ -194,20 +188,27 @@ QList<Case> readCases(const QString& name) {
         const qsizetype colon = line.indexOf(':');
         if (line.startsWith("case:"))
             cases.append(Case());
-        if (!line.startsWith('#') && colon > 0 && !cases.isEmpty())
-            cases.last().append({line.left(colon), line.mid(colon + 1).trimmed()});
+        if (line.startsWith('#') || colon < 1 || cases.isEmpty())
+            continue;
+        QStringList fields;
+        for (const QByteArray& field : line.mid(colon + 1).trimmed().split('|'))
+            fields << CodePage::toUnicode(QByteArray::fromPercentEncoding(field));
+        cases.last().append({line.left(colon), fields});
     }
     return cases;
 }
 
 QList<QStringList> values(const Case& c, QByteArrayView key) {
     QList<QStringList> out;
-    for (const auto& [k, v] : c) {
-        if (k != key)
-            continue;
-        out.append(QStringList());
-        for (const QByteArray& field : v.split('|'))
-            out.last() << CodePage::toUnicode(QByteArray::fromPercentEncoding(field));
-    }
+    for (const auto& [k, fields] : c)
+        if (k == key)
+            out << fields;
+    return out;
+}
+
+QStringList texts(const Case& c, QByteArrayView key) {
+    QStringList out;
+    for (const QStringList& fields : values(c, key))
+        out << fields.join(u'|');
     return out;
 }
