@@ -23,15 +23,14 @@ namespace {
 
 // clang-format off
 enum Cmd { Open, ClickFile, Copy, LoadFav, LoadTrk, LoadMidway, ClickRow, SelectAll, MarkNew,
-           Save, Export, Switch, Pick, KeyDown, Unpick, Ok, Cancel, Create, Reload, CmdCount };
+           Save, Export, Switch, KeyDown, Unpick, Ok, Cancel, Create, CmdCount };
 // Each command's name, and the control or item that must be usable for it.
 const char* const cmds[][2] = {{"Open", "mnuOpen"}, {"ClickFile", "File1"},
     {"Copy", "mnuCopyNuvi"}, {"LoadFavorites", "mnuSelections"}, {"LoadTracks", "mnuSelections"},
     {"LoadMidway", "mnuSelections"}, {"ClickRow", "Grid1"}, {"SelectAll", "mnuSelectAllItems"},
     {"MarkNew", "mnuMarkNewFavorites"}, {"Save", "mnuSaveFavorites"}, {"Export", "mnuExport"},
-    {"Switch", "mnuSwitchDevice"}, {"Pick", "lstDevice"}, {"KeyDown", "lstDevice"},
-    {"Unpick", "lstDevice"}, {"OK", "lstDevice"}, {"CANCEL", "lstDevice"}, {"Create", ""},
-    {"Reload", ""}};
+    {"Switch", "mnuSwitchDevice"}, {"KeyDown", "lstDevice"}, {"Unpick", "lstDevice"},
+    {"OK", "lstDevice"}, {"CANCEL", "lstDevice"}, {"Create", ""}};
 // clang-format on
 const QStringList held = {"mnuSelectTracks", "mnuSelectFavorites", "mnuExport", "mnuSaveFavorites",
                           "mnuMarkNewFavorites"};
@@ -128,7 +127,7 @@ private:
         return on.contains(name) && !(loading && held.contains(name));
     }
 
-    // Loads, creating a device and reloading the table wait while a load runs.
+    // Loads and creating a device wait while a load runs.
     bool available(Cmd c) const {
         const bool waits = !*cmds[c][1] || (c >= LoadFav && c <= LoadMidway);
         return (!*cmds[c][1] || usable(QLatin1String(cmds[c][1]))) && !(waits && loading);
@@ -274,11 +273,6 @@ private:
             apply("Switch");
             heading = QStringLiteral("SELECT DEVICE");
             break;
-        case Pick:
-            w->lstDevice->setCurrentRow(int(s.arg % devices.size()),
-                                        QItemSelectionModel::ClearAndSelect);
-            heading = devices[s.arg % devices.size()];
-            break;
         case KeyDown: {
             // The first arrow key selects the current name, or the first; later ones move on.
             const auto picked = w->lstDevice->selectedItems();
@@ -330,9 +324,6 @@ private:
                 addSources(answer);
             break;
         }
-        case Reload:
-            w->mnuReloadSymTable->trigger();
-            break;
         case CmdCount:
             break;
         }
@@ -384,10 +375,7 @@ private:
                                : widget                           ? widget->isVisible()
                                         : w->findChild<QAction*>(name)->isEnabled();
             if (state != usable(name))
-                return QStringLiteral("%1 is %2, the model says %3")
-                    .arg(name)
-                    .arg(state)
-                    .arg(!state);
+                return name + (state ? " is usable or shown" : " is not usable or shown");
         }
         const QString shown =
             QStringList{w->windowTitle(), w->txtStatus->text(), f.messages.join('|'),
