@@ -1,19 +1,9 @@
-// The bytes the main window's commands write, end to end: the dated copy, the favorites and
-// tracks loads, marking, the exports with and without symbol conversion, and the favorites
-// history.
+// The bytes the main window's commands write, end to end, for every byte value. The command
+// line's tests compare the window's exports and history with its own for the other choices.
 
 #include "MainWindowFixture.h"
 
 namespace {
-
-const QByteArray favoritesFile = "<?xml version=\"1.0\"?>\r\n<gpx creator=\"x\">\r\n"
-                                 "<wpt lat=\"1\" lon=\"2\"><name>A &amp; B</name><sym>Flag, "
-                                 "Blue</sym></wpt>\r\n"
-                                 "<wpt lat=\"3\" lon=\"4\"><name>Home</name></wpt>\r\n"
-                                 "<trk><name>Day 1</name>\r\n<trkseg>\r\n"
-                                 "<trkpt lat=\"1\" lon=\"2\"></trkpt>\r\n</trkseg>\r\n</trk>\r\n"
-                                 "<trk><name>Day 2</name><trkseg><trkpt lat=\"5\" "
-                                 "lon=\"6\"></trkpt></trkseg></trk>\r\n</gpx>\r\n";
 
 QStringList outputFiles(const QString& device) {
     return QDir(device + "/output").entryList(QDir::Files, QDir::Name);
@@ -24,64 +14,8 @@ QStringList outputFiles(const QString& device) {
 class CommandsTest : public QObject {
     Q_OBJECT
 private slots:
-    void favoritesExportAndHistoryWriteTheirBytes();
     void everyByteValueSurvivesCopyLoadExportAndSave();
 };
-
-void CommandsTest::favoritesExportAndHistoryWriteTheirBytes() {
-    MainWindowFixture f;
-    frmForm1& w = f.startWithSource(favoritesFile);
-    const QString device = f.device("Nuvi_1");
-    w.mnuExport_Click();
-    QCOMPARE(f.messages, QStringList{"Select favorites or tracks first.\r\nSee Selections menu."});
-    f.messages.clear();
-    w.mnuSelectFavorites->trigger();
-    QCOMPARE(f.column(1), QStringList({"A & B", "Home"}));
-    QCOMPARE(f.column(2), QStringList({"<wpt lat=\"1\" lon=\"2\"><name>A &amp; B</name><sym>Flag, "
-                                       "Blue</sym></wpt> ",
-                                       "<wpt lat=\"3\" lon=\"4\"><name>Home</name></wpt> "}));
-    QCOMPARE(f.column(3), QStringList({"Flag, Blue", "--- NONE ---"}));
-    f.clickGrid(2, 3);
-    f.clickGrid(1, 0);
-    f.clickGrid(2, 1);
-    QCOMPARE(f.column(0), QStringList({"X", " "}));
-    w.mnuSelectAllItems->trigger();
-    w.mnuExport->trigger();
-    const QByteArray converted = "<?xml version=\"1.0\"?> <gpx creator=\"x\"> \r\n"
-                                 "<wpt lat=\"1\" lon=\"2\"><name>A &amp; B</name><sym>BLUE "
-                                 "FLAG</sym></wpt> \r\n"
-                                 "<wpt lat=\"3\" lon=\"4\"><name>Home</name></wpt> \r\n</gpx>\r\n";
-    QCOMPARE(f.readFile(device + "/output/A  B.gpx"), converted);
-    w.mnuWithOutSymbolConversion->trigger();
-    QVERIFY(!w.mnuWithSymbolConversion->isChecked() && w.mnuWithOutSymbolConversion->isChecked());
-    w.mnuExport->trigger();
-    QCOMPARE(f.readFile(device + "/output/A  B 1.gpx"),
-             QByteArray(converted).replace("BLUE FLAG", "Flag, Blue"));
-    w.mnuWithSymbolConversion->trigger();
-    QVERIFY(w.mnuWithSymbolConversion->isChecked() && !w.mnuWithOutSymbolConversion->isChecked());
-
-    w.mnuUnselectAllItems->trigger();
-    QCOMPARE(f.column(0), QStringList({" ", " "}));
-    w.mnuSaveFavorites->trigger();
-    QCOMPARE(f.readFile(device + "/FAVORITES.TXT"), "A & B\t" + f.column(2)[0].toLatin1() +
-                                                        "\r\nHome\t" + f.column(2)[1].toLatin1() +
-                                                        "\r\n");
-    // A favorite renamed since the save is new; the saved file is found whatever its case.
-    QFile::rename(device + "/FAVORITES.TXT", device + "/favorites.txt");
-    f.writeFile(device + "/favorites.txt", "home\tx\r\nA & B\r\n");
-    w.mnuMarkNewFavorites->trigger();
-    QCOMPARE(f.column(0), QStringList({" ", "X"}));
-    QCOMPARE(w.lstList1->count(), 2);
-    // A track goes out with the file's header, as the scratch file holds it.
-    w.mnuSelectTracks->trigger();
-    f.clickGrid(2);
-    w.mnuExport->trigger();
-    QCOMPARE(
-        f.readFile(device + "/output/Day 2.gpx"),
-        "<?xml version=\"1.0\"?> <gpx creator=\"x\"> \r\n <trk><name>Day 2</name>\r\n"
-        "<trkseg>\r\n<trkpt lat=\"5\" lon=\"6\"></trkpt>\r\n</trkseg>\r\n</trk>\r\n</gpx>\r\n");
-    QCOMPARE(f.messages, QStringList());
-}
 
 // Every byte value but those the loader turns into structure (CR, LF, '<') leaves through
 // the copy, the export and the favorites history as it stood in the file.

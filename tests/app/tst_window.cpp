@@ -16,32 +16,26 @@
 
 namespace {
 
-// The items whose state the commands change; the others are always usable.
+// The controls the commands show and hide, and the items they enable and disable.
+const QStringList screens = {"txtStatus", "Drive1",    "Dir1",  "File1",     "Grid1",
+                             "lblDevice", "lstDevice", "btnOK", "btnCANCEL", "copyright"};
 const QStringList switchedItems = {
     "mnuOpen",           "mnuCopyNuvi",         "mnuSelections",
     "mnuExport",         "mnuSaveFavorites",    "mnuMarkNewFavorites",
     "mnuSelectAllItems", "mnuUnselectAllItems", "mnuSymbolTableSelections",
     "mnuSwitchDevice"};
-const QStringList screens = {"txtStatus", "Drive1",    "Dir1",  "File1",     "Grid1",
-                             "lblDevice", "lstDevice", "btnOK", "btnCANCEL", "copyright"};
 
-QStringList enabledItems(const frmForm1& w) {
-    QStringList on;
-    for (const QString& name : switchedItems) {
-        const QMenu* menu = w.findChild<QMenu*>(name);
-        if (menu ? menu->isEnabled() : w.findChild<QAction*>(name)->isEnabled())
-            on.append(name);
+// Those of the names whose control is shown, or whose menu or item is usable.
+QStringList on(const frmForm1& w, const QStringList& names) {
+    QStringList out;
+    for (const QString& name : names) {
+        const QWidget* widget = w.findChild<QWidget*>(name);
+        if (qobject_cast<const QMenu*>(widget) ? widget->isEnabled()
+            : widget                           ? widget->isVisible()
+                                               : w.findChild<QAction*>(name)->isEnabled())
+            out.append(name);
     }
-    return on;
-}
-
-QStringList shownControls(const frmForm1& w) {
-    QStringList shown;
-    for (const QString& name : screens) {
-        if (w.findChild<QWidget*>(name)->isVisible())
-            shown.append(name);
-    }
-    return shown;
+    return out;
 }
 
 QStringList deviceList(const frmForm1& w) {
@@ -167,11 +161,8 @@ void WindowTest::startUpLeavesTheDesignedState() {
         QCOMPARE(f.prompts.first(),
                  QStringLiteral("Enter new device name|CREATE NEW DEVICE FOLDER|Nuvi_1"));
     QCOMPARE(w.windowTitle(), caption);
-    QStringList visible = shownControls(w);
-    visible.sort();
-    shown.sort();
-    QCOMPARE(visible, shown);
-    QCOMPARE(enabledItems(w), enabled);
+    QCOMPARE(on(w, screens), shown);
+    QCOMPARE(on(w, switchedItems), enabled);
     QCOMPARE(deviceList(w), listed);
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
     QCOMPARE(w.txtStatus->palette().color(QPalette::Base), StatusColours::yellow());
@@ -226,7 +217,7 @@ void WindowTest::deviceMadeAfterADeclinedStartIsTaken() {
     f.answers = {QStringLiteral("Nuvi_1")};
     w.mnuCreateNewUser->trigger();
     QCOMPARE(w.windowTitle(), QStringLiteral("Tarnwick - Device = Nuvi_1"));
-    QCOMPARE(enabledItems(w), QStringList{"mnuSymbolTableSelections"});
+    QCOMPARE(on(w, switchedItems), QStringList{"mnuSymbolTableSelections"});
     QVERIFY(w.File1->isVisible());
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
     f.writeFile(f.device(QStringLiteral("Nuvi_1")) + QStringLiteral("/CURRENT.GPX"), "<gpx>");
