@@ -36,15 +36,9 @@ bool FavoritesScanner::feed(QByteArrayView bytes) {
             // Only a "<" whose next bytes may spell a recognised tag can change anything; the
             // text up to it, other tags included, joins the gathered text in one step. The
             // bytes at hand decide a tag, unless the block ends or a CR comes first.
-            const char* lt = p;
             qsizetype length = 0;
-            ScanText::TagMatch match = ScanText::TagMatch::None;
-            while ((lt = ScanText::findTagStart(lt, end))) {
-                match = ScanText::matchTag(lt, end, recognised, length);
-                if (match != ScanText::TagMatch::None)
-                    break;
-                ++lt;
-            }
+            ScanText::TagMatch match;
+            const char* lt = ScanText::nextTag(p, end, recognised, match, length);
             ScanText::appendWithoutLineBreaks(m_gathered, QByteArrayView(p, (lt ? lt : end) - p));
             if (!lt)
                 break;

@@ -75,4 +75,17 @@ inline TagMatch matchTag(const char* p, const char* end, std::span<const QByteAr
     return match;
 }
 
+// The first "<" from p on, within the block that ends at end, whose bytes may spell one of
+// the tags, and how they compare (see matchTag); nullptr when the block holds none.
+inline const char* nextTag(const char* p, const char* end, std::span<const QByteArrayView> tags,
+                           TagMatch& match, qsizetype& length) {
+    match = TagMatch::None;
+    for (const char* lt = p; (lt = findTagStart(lt, end)); ++lt) {
+        match = matchTag(lt, end, tags, length);
+        if (match != TagMatch::None)
+            return lt;
+    }
+    return nullptr;
+}
+
 } // namespace ScanText

@@ -43,15 +43,9 @@ bool TracksScanner::feed(QByteArrayView bytes) {
             // recognised tag is the beginning of another and none holds a CR or LF, so the
             // bytes at hand decide a tag, unless the block ends or a CR (dropped, so the tag
             // text goes on after it) comes first.
-            const char* lt = p;
             qsizetype length = 0;
-            ScanText::TagMatch match = ScanText::TagMatch::None;
-            while ((lt = ScanText::findTagStart(lt, end))) {
-                match = ScanText::matchTag(lt, end, recognised, length);
-                if (match != ScanText::TagMatch::None)
-                    break;
-                ++lt;
-            }
+            ScanText::TagMatch match;
+            const char* lt = ScanText::nextTag(p, end, recognised, match, length);
             const QByteArrayView run(p, (lt ? lt : end) - p);
             if (lt && match == ScanText::TagMatch::Whole && m_gathered.isEmpty() &&
                 QByteArrayView(lt, length) == pointEnd &&
