@@ -430,6 +430,7 @@ void frmForm1::takeDevice(const QString& folder) {
     Dir1->setPath(CurrentFolder);
     File1->setPath(Dir1->Path());
     setWindowTitle(QStringLiteral("Tarnwick - Device = ") + QFileInfo(DeviceFolder).fileName());
+    reportDevice();
     mnuOpen_Click();
     choosePendingSource();
 }
@@ -494,6 +495,12 @@ void frmForm1::Dir1_Change() {
     setStatus(QDir::toNativeSeparators(CurrentFolder));
 }
 
+void frmForm1::reportDevice() {
+    m_reports->say(
+        QStringLiteral("Working with the device %1 in %2")
+            .arg(QFileInfo(DeviceFolder).fileName(), Workspace::displayPath(DeviceFolder)));
+}
+
 void frmForm1::File1_Click() {
     const QString clicked = File1->FileName();
     if (clicked.isEmpty())
@@ -507,6 +514,8 @@ void frmForm1::File1_Click() {
     setStatus(SourceFileName, StatusColours::cyan());
     mnuCopyNuvi->setEnabled(true);
     setMenuEnabled(mnuSelections, true);
+    m_reports->say(
+        QStringLiteral("Chose %1 as the source").arg(Workspace::displayPath(SourceGpxFile())));
     Grid2->hide();
     LoadSymbolTable();
 }

@@ -166,6 +166,8 @@ private:
     void setMenuEnabled(QMenu* menu, bool enabled);
     // Selects the drive that holds the folder, making the folder that drive's current one.
     void selectDriveOf(const QString& folder);
+    // Says in the status bar which device is taken.
+    void reportDevice();
     // Takes a device folder as the current device: caption, lists, Open.
     void takeDevice(const QString& folder);
     // Re-reads the device folders into the hidden folder list.

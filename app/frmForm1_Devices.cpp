@@ -106,6 +106,7 @@ void frmForm1::btnOK_Click() {
     Dir1->setPath(CurrentFolder);
     File1->setPath(Dir1->Path());
     setWindowTitle(QStringLiteral("Tarnwick - Device = ") + QFileInfo(DeviceFolder).fileName());
+    reportDevice();
 
     txtStatus->show();
     mnuOpen->setEnabled(true);

@@ -4,6 +4,7 @@
 #include "MainWindowFixture.h"
 
 #include "app/StatusColours.h"
+#include "app/StatusReports.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -220,6 +221,7 @@ void WindowTest::deviceMadeAfterADeclinedStartIsTaken() {
     QCOMPARE(on(w, switchedItems), QStringList{"mnuSymbolTableSelections"});
     QVERIFY(w.File1->isVisible());
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
+    QCOMPARE(w.statusReports()->text(), "Working with the device Nuvi_1 in ~/GPX/Nuvi_1");
     f.writeFile(f.device(QStringLiteral("Nuvi_1")) + QStringLiteral("/CURRENT.GPX"), "<gpx>");
     w.mnuOpen_Click();
     f.clickFile(QStringLiteral("CURRENT.GPX"));
