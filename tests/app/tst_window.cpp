@@ -5,6 +5,7 @@
 
 #include "app/StatusColours.h"
 #include "app/StatusReports.h"
+#include "workspace/Volumes.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -245,6 +246,11 @@ void WindowTest::deviceChoiceFollowsMouseAndKeyboard() {
     QTest::mouseDClick(w.lstDevice->viewport(), Qt::LeftButton, {}, third);
     QCOMPARE(w.windowTitle(), QStringLiteral("Tarnwick - Device = Work"));
     QCOMPARE(w.txtStatus->text(), QDir::toNativeSeparators(f.device(QStringLiteral("Work"))));
+    // Another drive moves the folder list to that drive's folder, which the status line shows.
+    w.Drive1->setVolumes({{"/", "/", {}, {}}, volumeAt(f.home.path(), "UNIT")});
+    w.Drive1->setDrive(f.home.path());
+    QCOMPARE(w.Dir1->Path(), f.home.path());
+    QCOMPARE(w.txtStatus->text(), QDir::toNativeSeparators(f.home.path()));
 }
 
 void WindowTest::messageBoxBeforeTheWindowIsCentred() {
