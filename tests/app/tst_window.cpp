@@ -69,28 +69,26 @@ void WindowTest::controlsKeepTheirDesign() {
     frmForm1& w = f.start();
     QCOMPARE(w.objectName(), QStringLiteral("frmForm1"));
     for (const QStringList& row : MainWindowFixture::dataRows("app_controls.tsv")) {
-        auto* control = w.findChild<QWidget*>(row[0]);
-        QVERIFY2(control, qPrintable(row[0]));
-        const QRect twips(row[1].toInt(), row[2].toInt(), row[3].toInt(), row[4].toInt());
-        const QRect pixels(twips.topLeft() / 15, twips.size() / 15);
-        if (control->property("twips").isValid())
-            QCOMPARE(control->property("twips").toRect(), twips);
-        QCOMPARE(control->size(), pixels.size());
-        if (control != w.centralWidget())
-            QCOMPARE(control->pos(), pixels.topLeft());
-        if (row[5] != QLatin1String("-")) {
-            const QStringList rgb = row[5].split(QLatin1Char(','));
-            const QColor colour(rgb[0].toInt(), rgb[1].toInt(), rgb[2].toInt());
-            const QPalette::ColorRole role =
-                qobject_cast<FlexGrid*>(control) ? QPalette::Base : QPalette::Window;
-            QCOMPARE(control->palette().color(role), colour);
-        }
-        if (row[6] != QLatin1String("-"))
-            QCOMPARE(control->font().pointSizeF(), row[6].toDouble());
-        if (row[7] != QLatin1String("-"))
-            QCOMPARE(control->font().bold(), row[7] == QLatin1String("1"));
-        if (row[8] != QLatin1String("-"))
-            QCOMPARE(control->property("text").toString(), row[8]);
+        const QWidget* c = w.findChild<QWidget*>(row[0]);
+        QVERIFY2(c, qPrintable(row[0]));
+        const QRect r = c->property("twips").isValid() ? c->property("twips").toRect()
+                                                       : QRect(QPoint(), c->size() * 15);
+        const QColor bg = c->palette().color(qobject_cast<const FlexGrid*>(c) ? QPalette::Base
+                                                                              : QPalette::Window);
+        const auto given = [&row](int i, const QString& value) {
+            return row[i] == "-" ? "-" : value;
+        };
+        QCOMPARE(
+            QStringList(
+                {row[0], QString::number(r.x()), QString::number(r.y()), QString::number(r.width()),
+                 QString::number(r.height()),
+                 given(5, QStringLiteral("%1,%2,%3").arg(bg.red()).arg(bg.green()).arg(bg.blue())),
+                 given(6, QString::number(c->font().pointSizeF())),
+                 given(7, QString::number(c->font().bold())),
+                 given(8, c->property("text").toString())}),
+            row);
+        QCOMPARE(c->size(), r.size() / 15);
+        QVERIFY(c == w.centralWidget() || c->pos() == r.topLeft() / 15);
     }
     QCOMPARE(w.lblDevice->palette().color(QPalette::WindowText), QColor(Qt::black));
     QCOMPARE(w.Grid1->Cols(), 4);
@@ -104,34 +102,25 @@ void WindowTest::controlsKeepTheirDesign() {
     QCOMPARE(f.messages, QStringList{"Tarnwick.\r\n\r\n" + notice + "\r\n\r\nCompiled 08/05/2010"});
 }
 
+// The menu bar in order, an item below its menu indented by a TAB.
 void WindowTest::menusKeepTheirDesign() {
     MainWindowFixture f;
     f.makeDevices({QStringLiteral("Nuvi_1")});
     frmForm1& w = f.start();
-    QList<QAction*> top = w.menuBar()->actions();
-    QList<QAction*> items;
-    for (const QStringList& row : MainWindowFixture::dataRows("app_menu.tsv")) {
-        const bool item = row[0].isEmpty();
-        const QStringList cells = item ? row.mid(1) : row;
-        QAction* action = nullptr;
-        if (item) {
-            QVERIFY2(!items.isEmpty(), qPrintable(cells[0]));
-            action = items.takeFirst();
-        } else {
-            QVERIFY2(!top.isEmpty(), qPrintable(cells[0]));
-            action = top.takeFirst();
-            QMenu* menu = action->menu();
-            items = menu ? menu->actions() : QList<QAction*>();
-            if (menu)
-                QCOMPARE(menu->objectName(), cells[0]);
-        }
-        QVERIFY2(action->objectName() == cells[0] || action->menu(), qPrintable(cells[0]));
-        QCOMPARE(action->text(), cells[1]);
-        QCOMPARE(action->isCheckable(), cells[2] != QLatin1String("-"));
-        QCOMPARE(action->isChecked(), cells[2] == QLatin1String("1"));
-        QVERIFY2(action->shortcut().isEmpty(), qPrintable(cells[0]));
+    const auto line = [](const QAction* a, const QString& name) { // no item has a shortcut
+        return name + '\t' + a->text() + '\t' +
+               (a->isCheckable() ? QString::number(a->isChecked()) : "-") +
+               a->shortcut().toString();
+    };
+    QStringList seen, expected;
+    for (const QAction* top : w.menuBar()->actions()) {
+        seen << line(top, top->menu() ? top->menu()->objectName() : top->objectName());
+        for (const QAction* item : top->menu() ? top->menu()->actions() : QList<QAction*>())
+            seen << '\t' + line(item, item->objectName());
     }
-    QVERIFY(top.isEmpty() && items.isEmpty());
+    for (const QStringList& row : MainWindowFixture::dataRows("app_menu.tsv"))
+        expected << row.join('\t');
+    QCOMPARE(seen, expected);
 }
 
 void WindowTest::startUpLeavesTheDesignedState_data() {
