@@ -9,6 +9,7 @@
 #include "app/frmForm1.h"
 #include "dialogs/Dialogs.h"
 #include "items/FlexGrid.h"
+#include "TestRows.h"
 
 #include <QDir>
 #include <QFile>
@@ -56,18 +57,6 @@ public:
     static QByteArray readFile(const QString& path) {
         QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
-    // The rows of a tab-separated table in tests/data; lines starting with '#' are comments.
-    static QList<QStringList> dataRows(const char* name) {
-        QList<QStringList> rows;
-        for (const QByteArray& line :
-             readFile(TARNWICK_TEST_DATA "/" + QString::fromLatin1(name)).split('\n'))
-            if (!line.isEmpty() && !line.startsWith('#'))
-                rows.append(QString::fromUtf8(line).split(QLatin1Char('\t')));
-        if (rows.isEmpty())
-            qFatal("test data %s is missing", name);
-        return rows;
     }
 
     frmForm1& start() {

@@ -54,7 +54,7 @@ void DesktopTest::commandsReportWhatTheyDid() {
     frmForm1& w = f.startWithSource(gpx(""));
     f.writeFile(f.device("Nuvi_1") + "/latin.gpx", gpx(" encoding=\"windows-1252\""));
     QDir().mkpath(f.home.path() + "/dropped");
-    for (const QStringList& row : MainWindowFixture::dataRows("desktop_reports.tsv")) {
+    for (const QStringList& row : tableRows("desktop_reports.tsv")) {
         const QString step = row[0], arg = row[1], expected = row[2];
         QString seen = w.statusReports()->text();
         if (step == "load")
@@ -116,7 +116,7 @@ void DesktopTest::windowGrowsAndRemembers() {
     const QSize grown = w.size() + QSize(300, 200);
     w.resize(grown);
     QApplication::processEvents();
-    for (const QStringList& row : MainWindowFixture::dataRows("desktop_layout.tsv")) {
+    for (const QStringList& row : tableRows("desktop_layout.tsv")) {
         const QRect expected(row[1].toInt(), row[2].toInt(), row[3].toInt(), row[4].toInt());
         QCOMPARE(w.findChild<QWidget*>(row[0])->geometry(), expected);
     }

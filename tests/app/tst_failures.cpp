@@ -58,20 +58,12 @@ private slots:
 };
 
 void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles_data() {
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<QString>("fault");
-    QTest::addColumn<QString>("message");
-    for (const QStringList& row : MainWindowFixture::dataRows("app_failures.tsv"))
-        QTest::newRow(qPrintable(row[0]))
-            << row[1] << row[2] << row[3] << row.value(4).replace("\\r\\n", "\r\n");
+    addTableRows("app_failures.tsv");
 }
 
 void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles() {
-    QFETCH(QString, command);
-    QFETCH(QString, target);
-    QFETCH(QString, fault);
-    QFETCH(QString, message);
+    QFETCH(QStringList, row);
+    const QString command = row[1], target = row[2], fault = row[3], message = row.value(4);
     if (fault == "read error" && !QFileInfo(QStringLiteral("/proc/self/mem")).isFile())
         QSKIP("This system has no /proc/self/mem to fail a read.");
 

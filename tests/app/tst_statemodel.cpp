@@ -68,13 +68,13 @@ struct Row {
 
 QMap<QString, Row> stateTable() {
     QMap<QString, Row> table;
-    for (const QStringList& cells : MainWindowFixture::dataRows("app_states.tsv")) {
+    for (const QStringList& cells : tableRows("app_states.tsv")) {
         Row& row = table[cells[0]];
         for (const QString& change : cells.value(1).split(QLatin1Char(' '), Qt::SkipEmptyParts))
             (change.startsWith(QLatin1Char('+')) ? row.on : row.off).append(change.mid(1));
         row.status = cells.value(2);
         row.colour = cells.value(3);
-        row.message = cells.value(4).replace(QLatin1String("\\r\\n"), QLatin1String("\r\n"));
+        row.message = cells.value(4);
     }
     return table;
 }

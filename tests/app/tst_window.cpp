@@ -68,7 +68,7 @@ void WindowTest::controlsKeepTheirDesign() {
     f.makeDevices({QStringLiteral("Nuvi_1")});
     frmForm1& w = f.start();
     QCOMPARE(w.objectName(), QStringLiteral("frmForm1"));
-    for (const QStringList& row : MainWindowFixture::dataRows("app_controls.tsv")) {
+    for (const QStringList& row : tableRows("app_controls.tsv")) {
         const QWidget* c = w.findChild<QWidget*>(row[0]);
         QVERIFY2(c, qPrintable(row[0]));
         const QRect r = c->property("twips").isValid() ? c->property("twips").toRect()
@@ -118,7 +118,7 @@ void WindowTest::menusKeepTheirDesign() {
         for (const QAction* item : top->menu() ? top->menu()->actions() : QList<QAction*>())
             seen << '\t' + line(item, item->objectName());
     }
-    for (const QStringList& row : MainWindowFixture::dataRows("app_menu.tsv"))
+    for (const QStringList& row : tableRows("app_menu.tsv"))
         expected << row.join('\t');
     QCOMPARE(seen, expected);
 }
@@ -126,7 +126,7 @@ void WindowTest::menusKeepTheirDesign() {
 void WindowTest::startUpLeavesTheDesignedState_data() {
     for (const char* column : {"devices", "answers", "captions", "shown", "enabled", "listed"})
         QTest::addColumn<QStringList>(column);
-    for (const QStringList& row : MainWindowFixture::dataRows("app_startup.tsv")) {
+    for (const QStringList& row : tableRows("app_startup.tsv")) {
         QTestData& data = QTest::newRow(qPrintable(row[0]));
         for (int i = 1; i <= 6; ++i)
             data << row.value(i).split(QLatin1Char(','), Qt::SkipEmptyParts);
@@ -173,16 +173,12 @@ void WindowTest::startUpLeavesTheDesignedState() {
 }
 
 void WindowTest::deviceNamesAreCleanedOrRefused_data() {
-    for (const char* column : {"answer", "folder", "message"})
-        QTest::addColumn<QString>(column);
-    for (const QStringList& row : MainWindowFixture::dataRows("app_device_names.tsv"))
-        QTest::newRow(qPrintable(row[0])) << row.value(1) << row.value(2) << row.value(3);
+    addTableRows("app_device_names.tsv");
 }
 
 void WindowTest::deviceNamesAreCleanedOrRefused() {
-    QFETCH(QString, answer);
-    QFETCH(QString, folder);
-    QFETCH(QString, message);
+    QFETCH(QStringList, row);
+    const QString answer = row.value(1), folder = row.value(2), message = row.value(3);
     MainWindowFixture f;
     f.makeDevices({QStringLiteral("Nuvi_1")});
     frmForm1& w = f.start();

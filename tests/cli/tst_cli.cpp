@@ -45,13 +45,7 @@ QMap<QString, QByteArray> tree(const QString& home) {
 class CliTest : public QObject {
     Q_OBJECT
 private slots:
-    void subcommandsWriteWhatTheWindowWrites_data() {
-        QTest::addColumn<QStringList>("row");
-        for (QStringList row : MainWindowFixture::dataRows("cli_rows.tsv"))
-            QTest::newRow(qPrintable(row[0])) << row.replaceInStrings("\\t", "\t")
-                                                     .replaceInStrings("\\r", "\r")
-                                                     .replaceInStrings("\\n", "\n");
-    }
+    void subcommandsWriteWhatTheWindowWrites_data() { addTableRows("cli_rows.tsv"); }
 
     void subcommandsWriteWhatTheWindowWrites() {
         QFETCH(QStringList, row);

@@ -115,11 +115,7 @@ private slots:
     }
 
     // The export takes the first free name and leaves what was there as it was.
-    void exportTakesTheFirstFreeName_data() {
-        QTest::addColumn<QStringList>("row");
-        for (const QStringList& row : MainWindowFixture::dataRows("export_free_names.tsv"))
-            QTest::newRow(qPrintable(row[0])) << row;
-    }
+    void exportTakesTheFirstFreeName_data() { addTableRows("export_free_names.tsv"); }
 
     void exportTakesTheFirstFreeName() {
         QFETCH(QStringList, row);
@@ -160,11 +156,7 @@ private slots:
     }
 
     // The window names the file after the first marked item with a name; loads set the headings.
-    void exportNamesTheFileAfterTheFirstMarkedName_data() {
-        QTest::addColumn<QStringList>("row");
-        for (const QStringList& row : MainWindowFixture::dataRows("export_file_names.tsv"))
-            QTest::newRow(qPrintable(row[0])) << row;
-    }
+    void exportNamesTheFileAfterTheFirstMarkedName_data() { addTableRows("export_file_names.tsv"); }
 
     void exportNamesTheFileAfterTheFirstMarkedName() {
         QFETCH(QStringList, row);

@@ -1,6 +1,6 @@
 // The favorites history: the saved file, the names read back and the marks of new favorites.
 
-#include "text/TestRows.h"
+#include "TestRows.h"
 
 #include "favorites/FavoritesHistory.h"
 #include "items/FlexGridModel.h"

@@ -2,6 +2,7 @@
 #include "items/FlexGrid.h"
 #include "symbols/frmSymbolTableManagement.h"
 #include "symbols/symtable.h"
+#include "TestRows.h"
 #include "text/CodePage.h"
 
 #include <QtTest>
@@ -18,17 +19,11 @@ QByteArray testData(const char* name) {
     return readBytes(QStringLiteral(TARNWICK_TEST_DATA "/") + QLatin1String(name));
 }
 
-// A test row, named by its first field, for each line of a data table but its # comments.
+// A test row, named by its first field, for each row of a data table.
 void addRows(const char* name) {
     QTest::addColumn<QByteArrayList>("f");
-    for (const QByteArray& line : testData(name).split('\n')) {
-        if (!line.isEmpty() && !line.startsWith('#'))
-            QTest::newRow(line.split('\t')[0].constData()) << line.split('\t');
-    }
-}
-
-QString decoded(const QByteArray& field) {
-    return QString::fromUtf8(QByteArray::fromPercentEncoding(field));
+    for (const QByteArrayList& row : testRows(name))
+        QTest::newRow(row[0].constData()) << row;
 }
 
 // The editor, opened the way the main window opens it, and the controls the tests drive.
@@ -81,10 +76,9 @@ private slots:
     void fileIsReadAndSavedBack() {
         QFETCH(QByteArrayList, f);
         const QString path = QFileInfo(m_path).dir().filePath(QString::fromLatin1(f[1]));
-        const QByteArray saved = QByteArray::fromPercentEncoding(f[3] == "=" ? f[2] : f[3]);
+        const QByteArray saved = f[3] == "=" ? f[2] : f[3];
         QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly) &&
-                file.write(QByteArray::fromPercentEncoding(f[2])) >= 0);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(f[2]) >= 0);
         file.close();
         QCOMPARE(symtable::tablePathIn(QFileInfo(m_path).path()), path);
         const symtable::ReadResult read = symtable::readFile(path);
@@ -104,7 +98,8 @@ private slots:
     void everyChangeOfTheBoxIsSaved() {
         QFETCH(QByteArrayList, f);
         const int row = f[1].toInt(), col = f[2].toInt();
-        const QString how = QString::fromLatin1(f[3]), input = decoded(f[4]), cell = decoded(f[5]);
+        const QString how = QString::fromLatin1(f[3]), input = QString::fromUtf8(f[4]),
+                      cell = QString::fromUtf8(f[5]);
         const Editor e(m_path);
         QList<QByteArray> lines = testData("symbols_default_table.txt").split('\n');
         QCOMPARE(readBytes(m_path), lines.join('\n'));

@@ -1,6 +1,6 @@
 // The code page every file passes through, the text helpers and the copyright notice.
 
-#include "text/TestRows.h"
+#include "TestRows.h"
 
 #include "text/CodePage.h"
 #include "text/Copyright.h"

@@ -1,6 +1,6 @@
 // The workspace and its device folders, their order, the volumes and the dated copies.
 
-#include "text/TestRows.h"
+#include "TestRows.h"
 
 #include "workspace/DatedCopy.h"
 #include "workspace/NameOrder.h"

@@ -5,6 +5,8 @@
 
 #include <QByteArrayList>
 #include <QFile>
+#include <QStringList>
+#include <QTest>
 
 inline QList<QByteArrayList> testRows(const char* name, const QByteArray& kind = {}) {
     QFile file(QStringLiteral(TARNWICK_TEST_DATA "/") + QLatin1String(name));
@@ -19,5 +21,25 @@ inline QList<QByteArrayList> testRows(const char* name, const QByteArray& kind =
             cell = QByteArray::fromPercentEncoding(cell);
         rows.append(cells);
     }
+    if (rows.isEmpty())
+        qFatal("test data %s has no rows", name);
     return rows;
+}
+
+// The same rows as text, each cell read as UTF-8.
+inline QList<QStringList> tableRows(const char* name) {
+    QList<QStringList> rows;
+    for (const QByteArrayList& cells : testRows(name)) {
+        rows.append(QStringList());
+        for (const QByteArray& cell : cells)
+            rows.last().append(QString::fromUtf8(cell));
+    }
+    return rows;
+}
+
+// One test row per table row, named by its first cell, in the column "row".
+inline void addTableRows(const char* name) {
+    QTest::addColumn<QStringList>("row");
+    for (const QStringList& row : tableRows(name))
+        QTest::newRow(qPrintable(row[0])) << row;
 }
