@@ -25,18 +25,26 @@ QStringList favoriteRow(const QString& t) {
             length < 1 ? QStringLiteral("--- NONE ---") : DecodeXmlEntities(t.mid(at - 1, length))};
 }
 
+// One character of the source as both scanners read it: a LF is a space and a CR is dropped
+// (returned, so the caller skips it); a '<' moves the tag text so far into the item.
+QChar next(char byte, QString& work, QString& item) {
+    const QChar ch = byte == '\n' ? QChar(u' ') : CodePage::toChar(uchar(byte));
+    if (ch == u'<')
+        item += std::exchange(work, {});
+    if (ch != u'\r')
+        work += ch;
+    return ch;
+}
+
 } // namespace
 
 Scan referenceFavorites(QByteArrayView source) {
     Scan r;
     QString work, item;
     for (qsizetype i = 0; i < source.size() && !r.stopped; ++i) {
-        const QChar ch = source[i] == '\n' ? QChar(u' ') : CodePage::toChar(uchar(source[i]));
+        const QChar ch = next(source[i], work, item);
         if (ch == u'\r')
             continue;
-        if (ch == u'<')
-            item += std::exchange(work, {});
-        work += ch;
         r.stopped = work == u"<trk>" || work == u"</gpx>";
         if (work == u"<wpt" || r.stopped) {
             r.starts += !r.stopped;
@@ -59,12 +67,9 @@ Scan referenceTracks(QByteArrayView source) {
         r.scratch += CodePage::fromUnicode(text) + end;
     };
     for (qsizetype i = 0; i < source.size() && !r.stopped; ++i) {
-        const QChar ch = source[i] == '\n' ? QChar(u' ') : CodePage::toChar(uchar(source[i]));
+        const QChar ch = next(source[i], work, item);
         if (ch == u'\r')
             continue;
-        if (ch == u'<')
-            item += std::exchange(work, {});
-        work += ch;
         if ((work == u"<trk>" || work == u"<wpt") && !r.hasHeader) {
             r.header = item;
             r.hasHeader = true;
