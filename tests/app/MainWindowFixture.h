@@ -12,6 +12,7 @@
 #include "TestRows.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QListWidget>
 #include <QStandardPaths>
@@ -57,6 +58,24 @@ public:
     static QByteArray readFile(const QString& path) {
         QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    // Every entry below a folder by its path from there: "/" for a folder, a file's bytes or,
+    // cheaper, its size and time.
+    static QMap<QString, QByteArray> tree(const QString& folder, bool bytes = true) {
+        QMap<QString, QByteArray> out;
+        for (QDirIterator it(folder,
+                             QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
+                             QDirIterator::Subdirectories);
+             it.hasNext();) {
+            const QFileInfo info(it.next());
+            out[QDir(folder).relativeFilePath(info.filePath())] =
+                !info.isFile() || info.isSymLink() ? "/"
+                : bytes                            ? readFile(info.filePath())
+                                                   : QByteArray::number(info.size()) + ' ' +
+                              QByteArray::number(info.lastModified().toMSecsSinceEpoch());
+        }
+        return out;
     }
 
     frmForm1& start() {

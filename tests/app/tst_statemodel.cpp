@@ -10,7 +10,6 @@
 #include "app/StatusColours.h"
 #include "workspace/Workspace.h"
 
-#include <QDirIterator>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
@@ -94,7 +93,7 @@ public:
         caption = QStringLiteral("Tarnwick - Device = Nuvi_1");
         on = {"mnuSelectTracks", "mnuSelectFavorites"};
         apply("startup");
-        snapshot = files();
+        snapshot = f.tree(f.root(), false);
         QString error = compare();
         QList<Step> done;
         for (int i = 0; error.isEmpty() && (generate ? i < count : i < steps->size()); ++i) {
@@ -335,12 +334,12 @@ private:
     QString checkFiles(QStringList allowed) {
         if (loading)
             allowed.append(QStringLiteral("*/TEMP.TMP*"));
-        const QMap<QString, QString> now = files();
+        const QMap<QString, QByteArray> now = f.tree(f.root(), false);
         QSet<QString> changed;
-        for (const QMap<QString, QString>* map : {&now, &std::as_const(snapshot)})
+        for (const QMap<QString, QByteArray>* map : {&now, &std::as_const(snapshot)})
             for (auto it = map->begin(); it != map->end(); ++it)
                 if (now.value(it.key()) != snapshot.value(it.key()))
-                    changed.insert(it.key());
+                    changed.insert(f.root() + '/' + it.key());
         for (const QString& path : changed) {
             const auto matches = [&path](const QString& p) {
                 return QRegularExpression::fromWildcard(
@@ -353,19 +352,6 @@ private:
         }
         snapshot = now;
         return {};
-    }
-
-    QMap<QString, QString> files() const {
-        QMap<QString, QString> out;
-        QDirIterator it(f.root(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
-                        QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QFileInfo info(it.next());
-            const qint64 time = info.isDir() ? 0 : info.lastModified().toMSecsSinceEpoch();
-            out.insert(info.filePath(),
-                       QStringLiteral("%1 %2").arg(info.isDir() ? -1 : info.size()).arg(time));
-        }
-        return out;
     }
 
     QString compare() {
@@ -416,7 +402,7 @@ private:
     QString device, source, caption, heading, gridFrom, status;
     QColor colour;
     QStringList messages;
-    QMap<QString, QString> snapshot;
+    QMap<QString, QByteArray> snapshot;
     bool loading = false;
     bool gridTracks = false;
 };

@@ -26,17 +26,13 @@ void makeHome(const QString& home, const QString& entries) {
 }
 
 // Every entry under the workspace with its bytes; a dated copy's date and time are left out.
+// The workspace below a home, the date in a backup's name masked.
 QMap<QString, QByteArray> tree(const QString& home) {
     static const QRegularExpression date("\\d{4}-\\d\\d-\\d\\d-\\d{4}");
-    const QDir root(home + "/GPX");
     QMap<QString, QByteArray> entries;
-    for (QDirIterator it(root.path(), QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
-                         QDirIterator::Subdirectories);
-         it.hasNext();) {
-        const QString path = it.next();
-        entries[root.relativeFilePath(path).replace(date, "DATE")] =
-            QFileInfo(path).isFile() ? MainWindowFixture::readFile(path) : "/";
-    }
+    const QMap<QString, QByteArray> all = MainWindowFixture::tree(home + "/GPX");
+    for (auto it = all.begin(); it != all.end(); ++it)
+        entries[QString(it.key()).replace(date, "DATE")] = it.value();
     return entries;
 }
 
