@@ -1,5 +1,6 @@
 #include "help/HelpWindow.h"
 #include "symbols/frmSymbolTableManagement.h"
+#include "TestRows.h"
 
 #include <QtTest>
 #include <QtWidgets>
@@ -50,16 +51,15 @@ private slots:
             showHelpWindow(HelpPage(page));
         QTemporaryDir dir;
         showSymbolTableEditor(dir.filePath(QStringLiteral("symtable.txt")));
-        const QStringList rows = dataLines(QStringLiteral("help_and_editor_layout.tsv"));
-        QCOMPARE(rows.size(), 46);
-        for (const QString& row : rows.mid(1)) {
-            const QStringList f = row.split(QLatin1Char('\t'));
+        const QList<QStringList> rows = tableRows("help_and_editor_layout.tsv");
+        QCOMPARE(rows.size(), 45);
+        for (const QStringList& f : rows) {
             QWidget* window = nullptr;
             for (QWidget* open : QApplication::topLevelWidgets())
                 window = open->objectName() == f[0] && open->isVisible() ? open : window;
             QObject* object =
                 f[1] == QLatin1String("-") || !window ? window : window->findChild<QObject*>(f[1]);
-            QVERIFY2(object, qPrintable(row));
+            QVERIFY2(object, qPrintable(f.join(u' ')));
             QCOMPARE(valueOf(object->property(qPrintable(f[2]))), f[3]);
         }
     }
