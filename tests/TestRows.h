@@ -8,11 +8,18 @@
 #include <QStringList>
 #include <QTest>
 
+// A file's bytes, or none when it can't be read; a file of tests/data by its name.
+inline QByteArray fileBytes(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+inline QByteArray dataBytes(const char* name) {
+    return fileBytes(QStringLiteral(TARNWICK_TEST_DATA "/") + QLatin1String(name));
+}
+
 inline QList<QByteArrayList> testRows(const char* name, const QByteArray& kind = {}) {
-    QFile file(QStringLiteral(TARNWICK_TEST_DATA "/") + QLatin1String(name));
     QList<QByteArrayList> rows;
-    for (const QByteArray& line :
-         (file.open(QIODevice::ReadOnly) ? file.readAll() : "").split('\n')) {
+    for (const QByteArray& line : dataBytes(name).split('\n')) {
         QByteArrayList cells = line.split('\t');
         if (line.isEmpty() || line.startsWith('#') ||
             (!kind.isEmpty() && cells.takeFirst() != kind))

@@ -55,10 +55,7 @@ public:
                  qPrintable(path));
     }
 
-    static QByteArray readFile(const QString& path) {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    static QByteArray readFile(const QString& path) { return fileBytes(path); }
 
     // Every entry below a folder by its path from there: "/" for a folder, a file's bytes or,
     // cheaper, its size and time.

@@ -17,8 +17,7 @@ QStringList itemsOf(QWidget* window) {
 
 // The lines of a UTF-8 data file; a blank help line is one space, never empty.
 QStringList dataLines(const QString& name) {
-    QFile file(QStringLiteral(TARNWICK_TEST_DATA "/") + name);
-    return QString::fromUtf8(file.open(QIODevice::ReadOnly) ? file.readAll() : "")
+    return QString::fromUtf8(dataBytes(qPrintable(name)))
         .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 

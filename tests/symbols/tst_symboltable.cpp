@@ -10,15 +10,6 @@
 
 namespace {
 
-QByteArray readBytes(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-QByteArray testData(const char* name) {
-    return readBytes(QStringLiteral(TARNWICK_TEST_DATA "/") + QLatin1String(name));
-}
-
 // A test row, named by its first field, for each row of a data table.
 void addRows(const char* name) {
     QTest::addColumn<QByteArrayList>("f");
@@ -87,7 +78,7 @@ private slots:
         QVERIFY(e.grid->Rows() == read.pairs.size() + 1);
         QCOMPARE(e.text->isEnabled(), !read.pairs.isEmpty());
         QTest::keyClick(e.window, Qt::Key_S, Qt::ControlModifier);
-        QCOMPARE(readBytes(path), saved);
+        QCOMPARE(fileBytes(path), saved);
         QVERIFY(m_messages.isEmpty());
     }
 
@@ -101,8 +92,8 @@ private slots:
         const QString how = QString::fromLatin1(f[3]), input = QString::fromUtf8(f[4]),
                       cell = QString::fromUtf8(f[5]);
         const Editor e(m_path);
-        QList<QByteArray> lines = testData("symbols_default_table.txt").split('\n');
-        QCOMPARE(readBytes(m_path), lines.join('\n'));
+        QList<QByteArray> lines = dataBytes("symbols_default_table.txt").split('\n');
+        QCOMPARE(fileBytes(m_path), lines.join('\n'));
         QVERIFY(e.grid->Rows() == 88 && e.grid->FixedRows() == 1 && e.grid->ColWidth(0) == 3120 &&
                 e.grid->ColWidth(1) == 3120);
         QCOMPARE(e.grid->TextMatrix(0, 0) + '|' + e.grid->TextMatrix(0, 1),
@@ -130,7 +121,7 @@ private slots:
         QTest::keyClick(e.window, Qt::Key_S, Qt::ControlModifier);
         fields[col] = CodePage::fromUnicode(cell);
         lines[row - 1] = fields.join('\t') + '\r';
-        QCOMPARE(readBytes(m_path), how == QLatin1String("gone") ? QByteArray() : lines.join('\n'));
+        QCOMPARE(fileBytes(m_path), how == QLatin1String("gone") ? QByteArray() : lines.join('\n'));
         const QString named = how == QLatin1String("gone")
                                   ? QStringLiteral("The symbol table ~/Nuvi_1/symtable.txt")
                                   : QString();
