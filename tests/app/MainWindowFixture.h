@@ -57,6 +57,13 @@ public:
 
     static QByteArray readFile(const QString& path) { return fileBytes(path); }
 
+    static QStringList texts(const QListWidget& list) {
+        QStringList names;
+        for (int row = 0; row < list.count(); ++row)
+            names.append(list.item(row)->text());
+        return names;
+    }
+
     // Every entry below a folder by its path from there: "/" for a folder, a file's bytes or,
     // cheaper, its size and time.
     static QMap<QString, QByteArray> tree(const QString& folder, bool bytes = true) {

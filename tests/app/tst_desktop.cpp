@@ -20,15 +20,13 @@ namespace {
 
 QByteArray gpx(const QByteArray& declaration) {
     QByteArray b = "<?xml version=\"1.0\"" + declaration + "?>\r\n<gpx>\r\n";
-    for (const QByteArray& name :
-         {QByteArray("V\xc3\xb6lkerschlachtdenkmal"), QByteArray("Caf\xc3\xa9"),
-          QByteArray("Caf\xe9 bad"), QByteArray("Plain")})
-        b +=
-            "<wpt lat=\"1\" lon=\"2\"><name>" + name + "</name><sym>S " + name + "</sym></wpt>\r\n";
-    for (const QByteArray& name : {QByteArray("\xc3\x9c"
-                                              "ber den Pa\xc3\x9f"),
-                                   QByteArray("T")})
-        b += "<trk><name>" + name + "</name><trkseg></trkseg></trk>\r\n";
+    for (const char* name : {"V\xc3\xb6lkerschlachtdenkmal", "Caf\xc3\xa9", "Caf\xe9 bad", "Plain"})
+        b += "<wpt lat=\"1\" lon=\"2\"><name>" + QByteArray(name) + "</name><sym>S " + name +
+             "</sym></wpt>\r\n";
+    for (const char* name : {"\xc3\x9c"
+                             "ber den Pa\xc3\x9f",
+                             "T"})
+        b += "<trk><name>" + QByteArray(name) + "</name><trkseg></trkseg></trk>\r\n";
     return b + "</gpx>\r\n";
 }
 

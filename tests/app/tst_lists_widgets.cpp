@@ -1,5 +1,7 @@
 // The drive, folder and file lists the user chooses a source file with.
 
+#include "MainWindowFixture.h"
+
 #include "app/DirListBox.h"
 #include "app/DriveListBox.h"
 #include "app/FileListBox.h"
@@ -15,13 +17,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-QStringList texts(const QListWidget& list) {
-    QStringList result;
-    for (int row = 0; row < list.count(); ++row)
-        result.append(list.item(row)->text());
-    return result;
-}
 
 void click(QListWidget& list, int row, bool twice = false) {
     const QPoint at = list.visualItemRect(list.item(row)).center();
@@ -73,7 +68,7 @@ void ListsTest::fileListShowsRegularFilesMatchingWithoutRegardToCase() {
     list.setPattern(pattern);
     list.setPath(dir.path());
     listed.sort(Qt::CaseInsensitive);
-    QCOMPARE(texts(list), listed);
+    QCOMPARE(MainWindowFixture::texts(list), listed);
     QVERIFY(list.updatesEnabled()); // a list filled in one go is painted again
 }
 
@@ -115,7 +110,7 @@ void ListsTest::folderListShowsBranchAndOpensFolders() {
     const QString root = volumeOf(dir.path(), mountedRoots()).rootPath;
     const QStringList branch = QStringList{QDir::toNativeSeparators(root)} +
                                dir.path().mid(root.size()).split('/', Qt::SkipEmptyParts);
-    QCOMPARE(texts(list), (branch + QStringList{"A", "b"}));
+    QCOMPARE(MainWindowFixture::texts(list), (branch + QStringList{"A", "b"}));
     QSignalSpy changes(&list, &DirListBox::Change);
     list.show();
     QVERIFY(QTest::qWaitForWindowExposed(&list));

@@ -170,8 +170,8 @@ private:
             apply("Open");
             break;
         case ClickFile:
-            if (w->File1->count() > 0) {
-                source = w->File1->item(int(s.arg % w->File1->count()))->text();
+            if (const QStringList names = f.texts(*w->File1); !names.isEmpty()) {
+                source = names[s.arg % names.size()];
                 f.clickFile(source);
                 apply("ClickFile");
             }

@@ -40,13 +40,6 @@ QStringList on(const frmForm1& w, const QStringList& names) {
     return out;
 }
 
-QStringList deviceList(const frmForm1& w) {
-    QStringList names;
-    for (int row = 0; row < w.lstDevice->count(); ++row)
-        names.append(w.lstDevice->item(row)->text());
-    return names;
-}
-
 } // namespace
 
 class WindowTest : public QObject {
@@ -124,24 +117,14 @@ void WindowTest::menusKeepTheirDesign() {
 }
 
 void WindowTest::startUpLeavesTheDesignedState_data() {
-    for (const char* column : {"devices", "answers", "captions", "shown", "enabled", "listed"})
-        QTest::addColumn<QStringList>(column);
-    for (const QStringList& row : tableRows("app_startup.tsv")) {
-        QTestData& data = QTest::newRow(qPrintable(row[0]));
-        for (int i = 1; i <= 6; ++i)
-            data << row.value(i).split(QLatin1Char(','), Qt::SkipEmptyParts);
-    }
+    addTableRows("app_startup.tsv");
 }
 
 void WindowTest::startUpLeavesTheDesignedState() {
-    QFETCH(QStringList, devices);
-    QFETCH(QStringList, answers);
-    QFETCH(QStringList, captions);
-    const QString answer = answers.value(0);
-    const QString caption = captions.value(0);
-    QFETCH(QStringList, shown);
-    QFETCH(QStringList, enabled);
-    QFETCH(QStringList, listed);
+    QFETCH(QStringList, row);
+    const auto list = [&row](int i) { return row.value(i).split(u',', Qt::SkipEmptyParts); };
+    const QString answer = row.value(2), caption = row.value(3);
+    const QStringList devices = list(1), shown = list(4), enabled = list(5), listed = list(6);
     MainWindowFixture f;
     f.makeDevices(devices);
     f.answers = {answer};
@@ -154,7 +137,7 @@ void WindowTest::startUpLeavesTheDesignedState() {
     QCOMPARE(w.windowTitle(), caption);
     QCOMPARE(on(w, screens), shown);
     QCOMPARE(on(w, switchedItems), enabled);
-    QCOMPARE(deviceList(w), listed);
+    QCOMPARE(MainWindowFixture::texts(*w.lstDevice), listed);
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
     QCOMPARE(w.txtStatus->palette().color(QPalette::Base), StatusColours::yellow());
     if (!answer.isEmpty())
