@@ -15,6 +15,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QListWidget>
+#include <QMenu>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -56,6 +57,19 @@ public:
     }
 
     static QByteArray readFile(const QString& path) { return fileBytes(path); }
+
+    // Those of the names whose control is shown, or whose menu or item is usable.
+    QStringList on(const QStringList& names) const {
+        QStringList out;
+        for (const QString& name : names) {
+            const QWidget* widget = window->findChild<QWidget*>(name);
+            if (qobject_cast<const QMenu*>(widget) ? widget->isEnabled()
+                : widget                           ? widget->isVisible()
+                                                   : window->findChild<QAction*>(name)->isEnabled())
+                out.append(name);
+        }
+        return out;
+    }
 
     static QStringList texts(const QListWidget& list) {
         QStringList names;

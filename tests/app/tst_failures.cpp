@@ -26,14 +26,6 @@ const QByteArray sourceBytes = "<?xml version=\"1.0\"?>\r\n<gpx creator=\"x\">\r
                                "<trkpt lat=\"1\" lon=\"2\"></trkpt>\r\n</trkseg>\r\n</trk>\r\n"
                                "</gpx>\r\n";
 
-QString reason(const QString& fault) {
-    if (fault == QLatin1String("read error"))
-        return QString::fromLocal8Bit(std::strerror(EIO));
-    return fault.contains(QLatin1String("full")) || fault.contains(QLatin1String("short"))
-               ? QString::fromLocal8Bit(std::strerror(EFBIG))
-               : QString();
-}
-
 } // namespace
 
 class FailuresTest : public QObject {
@@ -110,7 +102,11 @@ void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles() {
         QVERIFY2(said.contains(shown) || said.contains(Workspace::displayPath(path)) ||
                      said.contains(name),
                  qPrintable(said));
-        QVERIFY2(said.contains(reason(fault)), qPrintable(said));
+        const int error = fault == "read error"                               ? EIO
+                          : fault.contains("full") || fault.contains("short") ? EFBIG
+                                                                              : 0;
+        QVERIFY2(!error || said.contains(QString::fromLocal8Bit(std::strerror(error))),
+                 qPrintable(said));
     }
     // Nothing that was there changed, and nothing half-written stayed behind; an export
     // may leave the output folder it made, empty.

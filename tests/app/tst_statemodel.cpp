@@ -355,14 +355,10 @@ private:
     }
 
     QString compare() {
-        for (const QString& name : names) {
-            const QWidget* widget = w->findChild<QWidget*>(name);
-            const bool state = qobject_cast<const QMenu*>(widget) ? widget->isEnabled()
-                               : widget                           ? widget->isVisible()
-                                        : w->findChild<QAction*>(name)->isEnabled();
-            if (state != usable(name))
-                return name + (state ? " is usable or shown" : " is not usable or shown");
-        }
+        const QStringList shownOrUsable = f.on(names);
+        for (const QString& name : names)
+            if (shownOrUsable.contains(name) != usable(name))
+                return name + (usable(name) ? " is not usable or shown" : " is usable or shown");
         const QString shown =
             QStringList{w->windowTitle(), w->txtStatus->text(), f.messages.join('|'),
                         has("lblDevice") ? w->lblDevice->text() : QString()}

@@ -27,19 +27,6 @@ const QStringList switchedItems = {
     "mnuSelectAllItems", "mnuUnselectAllItems", "mnuSymbolTableSelections",
     "mnuSwitchDevice"};
 
-// Those of the names whose control is shown, or whose menu or item is usable.
-QStringList on(const frmForm1& w, const QStringList& names) {
-    QStringList out;
-    for (const QString& name : names) {
-        const QWidget* widget = w.findChild<QWidget*>(name);
-        if (qobject_cast<const QMenu*>(widget) ? widget->isEnabled()
-            : widget                           ? widget->isVisible()
-                                               : w.findChild<QAction*>(name)->isEnabled())
-            out.append(name);
-    }
-    return out;
-}
-
 } // namespace
 
 class WindowTest : public QObject {
@@ -135,8 +122,8 @@ void WindowTest::startUpLeavesTheDesignedState() {
         QCOMPARE(f.prompts.first(),
                  QStringLiteral("Enter new device name|CREATE NEW DEVICE FOLDER|Nuvi_1"));
     QCOMPARE(w.windowTitle(), caption);
-    QCOMPARE(on(w, screens), shown);
-    QCOMPARE(on(w, switchedItems), enabled);
+    QCOMPARE(f.on(screens), shown);
+    QCOMPARE(f.on(switchedItems), enabled);
     QCOMPARE(MainWindowFixture::texts(*w.lstDevice), listed);
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
     QCOMPARE(w.txtStatus->palette().color(QPalette::Base), StatusColours::yellow());
@@ -187,7 +174,7 @@ void WindowTest::deviceMadeAfterADeclinedStartIsTaken() {
     f.answers = {QStringLiteral("Nuvi_1")};
     w.mnuCreateNewUser->trigger();
     QCOMPARE(w.windowTitle(), QStringLiteral("Tarnwick - Device = Nuvi_1"));
-    QCOMPARE(on(w, switchedItems), QStringList{"mnuSymbolTableSelections"});
+    QCOMPARE(f.on(switchedItems), QStringList{"mnuSymbolTableSelections"});
     QVERIFY(w.File1->isVisible());
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
     QCOMPARE(w.statusReports()->text(), "Working with the device Nuvi_1 in ~/GPX/Nuvi_1");

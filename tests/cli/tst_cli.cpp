@@ -5,7 +5,6 @@
 #include "symbols/symtable.h"
 
 #include <QAction>
-#include <QDirIterator>
 #include <QProcess>
 #include <QRegularExpression>
 
@@ -25,7 +24,6 @@ void makeHome(const QString& home, const QString& entries) {
                                            entry.section(u':', 1).toUtf8());
 }
 
-// Every entry under the workspace with its bytes; a dated copy's date and time are left out.
 // The workspace below a home, the date in a backup's name masked.
 QMap<QString, QByteArray> tree(const QString& home) {
     static const QRegularExpression date("\\d{4}-\\d\\d-\\d\\d-\\d{4}");
