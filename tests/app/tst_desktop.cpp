@@ -13,7 +13,6 @@
 #include <QMimeData>
 #include <QProgressBar>
 #include <QScrollBar>
-#include <QStandardPaths>
 #include <QStatusBar>
 
 namespace {
@@ -41,7 +40,6 @@ bool matches(const QString& text, const QString& pattern) {
 class DesktopTest : public QObject {
     Q_OBJECT
 private slots:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void commandsReportWhatTheyDid();
     void windowGrowsAndRemembers();
 };

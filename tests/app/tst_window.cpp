@@ -9,9 +9,7 @@
 
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
 #include <QTimer>
@@ -178,10 +176,6 @@ void WindowTest::deviceMadeAfterADeclinedStartIsTaken() {
     QVERIFY(w.File1->isVisible());
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
     QCOMPARE(w.statusReports()->text(), "Working with the device Nuvi_1 in ~/GPX/Nuvi_1");
-    f.writeFile(f.device(QStringLiteral("Nuvi_1")) + QStringLiteral("/CURRENT.GPX"), "<gpx>");
-    w.mnuOpen_Click();
-    f.clickFile(QStringLiteral("CURRENT.GPX"));
-    QVERIFY(w.mnuOpen->isEnabled() && w.mnuSelections->isEnabled());
 }
 
 // Arrow keys, Ctrl+click and OK without a name are walked by the state model; here the mouse.
@@ -219,8 +213,7 @@ void WindowTest::messageBoxBeforeTheWindowIsCentred() {
     });
     Dialogs::MsgBox(nullptr, QStringLiteral("A message long enough to make the box wide."));
     const QPoint centre = QGuiApplication::primaryScreen()->availableGeometry().center();
-    QVERIFY2((box.center() - centre).manhattanLength() <= 4,
-             qPrintable(QStringLiteral("%1,%2").arg(box.x()).arg(box.y())));
+    QVERIFY((box.center() - centre).manhattanLength() <= 4);
 }
 
 QTEST_MAIN(WindowTest)
