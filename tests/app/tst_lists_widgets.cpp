@@ -111,6 +111,7 @@ void ListsTest::folderListShowsBranchAndOpensFolders() {
     const QStringList branch = QStringList{QDir::toNativeSeparators(root)} +
                                dir.path().mid(root.size()).split('/', Qt::SkipEmptyParts);
     QCOMPARE(MainWindowFixture::texts(list), (branch + QStringList{"A", "b"}));
+    QVERIFY(list.updatesEnabled());
     QSignalSpy changes(&list, &DirListBox::Change);
     list.show();
     QVERIFY(QTest::qWaitForWindowExposed(&list));
