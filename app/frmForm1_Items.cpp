@@ -399,19 +399,22 @@ void frmForm1::mnuMarkNewFavorites_Click() {
     lstList1->clear();
     setStatus(QStringLiteral("Marking New Favorites."), StatusColours::yellow());
     DoEvents();
-    const SavedNames saved = readSavedNames(favoritesPathIn(DeviceFolder));
+    const QString path = favoritesPathIn(DeviceFolder);
+    const SavedNames saved = readSavedNames(path);
     if (!saved.opened) {
+        // The box says what it always said; the status bar says why.
         m_reports->failed(QStringLiteral("Mark New Favorites"),
-                          QStringLiteral("the favorites were never saved"));
+                          QFileInfo::exists(path)
+                              ? saved.error
+                              : QStringLiteral("the favorites were never saved"));
         Dialogs::MsgBox(this, QStringLiteral("Favorites must have been saved at some point\r\n"
                                              "before this option will work."));
         return;
     }
     if (!saved.error.isEmpty()) {
         m_reports->failed(QStringLiteral("Mark New Favorites"), saved.error);
-        Dialogs::MsgBox(
-            this, QStringLiteral("The saved favorites %1 could not be read:\r\n%2")
-                      .arg(QDir::toNativeSeparators(favoritesPathIn(DeviceFolder)), saved.error));
+        Dialogs::MsgBox(this, QStringLiteral("The saved favorites %1 could not be read:\r\n%2")
+                                  .arg(QDir::toNativeSeparators(path), saved.error));
         return;
     }
     lstList1->addItems(saved.names);

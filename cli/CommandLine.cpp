@@ -166,7 +166,7 @@ int markItems(const QCommandLineParser& parser, const QString& device, bool trac
     if (parser.isSet(QStringLiteral("new"))) {
         const QString path = favoritesPathIn(device);
         const SavedNames saved = readSavedNames(path);
-        if (!saved.opened)
+        if (!saved.opened && !QFileInfo::exists(path))
             return fail(NothingMarked, QStringLiteral("no favorites were saved for this device "
                                                       "yet (%1 is missing); run save-favorites "
                                                       "first")

@@ -19,7 +19,8 @@ namespace {
 
 QByteArray gpx(const QByteArray& declaration) {
     QByteArray b = "<?xml version=\"1.0\"" + declaration + "?>\r\n<gpx>\r\n";
-    for (const char* name : {"V\xc3\xb6lkerschlachtdenkmal", "Caf\xc3\xa9", "Caf\xe9 bad", "Plain"})
+    for (const char* name : {"V\xc3\xb6lkerschlachtdenkmal", "Caf\xc3\xa9", "Caf\xe9 bad",
+                             declaration.isEmpty() ? "Plain" : "Plain 2"})
         b += "<wpt lat=\"1\" lon=\"2\"><name>" + QByteArray(name) + "</name><sym>S " + name +
              "</sym></wpt>\r\n";
     for (const char* name : {"\xc3\x9c"

@@ -12,6 +12,7 @@
 
 #include <QLabel>
 #include <QLineEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -201,6 +202,8 @@ private:
             const bool midway = loading;
             if (midway) {
                 QTimer::singleShot(0, w, [&] {
+                    if (!w->findChild<QProgressBar*>("loadProgress")->isVisible())
+                        innerError = QStringLiteral("no progress shows while loading");
                     QList<Step> inner;
                     const int n = generate ? 1 + int(s.arg % 4) : int(s.inner.size());
                     for (int i = 0; i < n && innerError.isEmpty(); ++i) {

@@ -204,16 +204,20 @@ void WindowTest::deviceChoiceFollowsMouseAndKeyboard() {
 
 void WindowTest::messageBoxBeforeTheWindowIsCentred() {
     Dialogs::setMessageHandler({});
-    QRect box;
-    QTimer::singleShot(200, [&box] {
-        if (QWidget* shown = QApplication::activeModalWidget()) {
-            box = shown->frameGeometry();
-            shown->close();
-        }
-    });
-    Dialogs::MsgBox(nullptr, QStringLiteral("A message long enough to make the box wide."));
-    const QPoint centre = QGuiApplication::primaryScreen()->availableGeometry().center();
-    QVERIFY((box.center() - centre).manhattanLength() <= 4);
+    Dialogs::setInputHandler({});
+    const QString text = QStringLiteral("A message long enough to make the box wide.");
+    for (const bool input : {false, true}) {
+        QRect box;
+        QTimer::singleShot(200, [&box] {
+            if (QWidget* shown = QApplication::activeModalWidget()) {
+                box = shown->frameGeometry();
+                shown->close();
+            }
+        });
+        input ? void(Dialogs::InputBox(nullptr, text, text, {})) : Dialogs::MsgBox(nullptr, text);
+        const QPoint centre = QGuiApplication::primaryScreen()->availableGeometry().center();
+        QVERIFY2((box.center() - centre).manhattanLength() <= 4, input ? "input box" : "message");
+    }
 }
 
 QTEST_MAIN(WindowTest)
