@@ -95,9 +95,10 @@ void DesktopTest::commandsReportWhatTheyDid() {
             seen = w.SourceFileName;
         else if (step == "link") {
             const QString href = QUrl::fromLocalFile(w.statusReports()->link()).toString();
-            seen = w.statusBar()->findChild<QLabel*>()->text().contains(href)
-                       ? QFileInfo(w.statusReports()->link()).fileName()
-                       : "no link";
+            seen =
+                w.findChild<QStatusBar*>("statusBar")->findChild<QLabel*>()->text().contains(href)
+                    ? QFileInfo(w.statusReports()->link()).fileName()
+                    : "no link";
         }
         // A command that ended leaves no progress showing.
         QVERIFY(!w.statusBar()->findChild<QProgressBar*>()->isVisible());
