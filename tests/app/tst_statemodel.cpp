@@ -228,10 +228,15 @@ private:
             }
             break;
         }
-        case ClickRow: { // the heading row is an ordinary row until a load ends
-            const int first = w->Grid1->FixedRows();
-            if (w->Grid1->Rows() > first)
-                f.clickGrid(first + int(s.arg % qMin(w->Grid1->Rows() - first, 6)));
+        case ClickRow: { // the heading row is an ordinary row until a load ends, never marked
+            const int first = loading ? 0 : 1;
+            if (w->Grid1->Rows() > first) {
+                const int row = first + int(s.arg % qMin(w->Grid1->Rows() - first, 6));
+                const QString mark = w->Grid1->TextMatrix(row, 0);
+                f.clickGrid(row);
+                if (row > 0 && w->Grid1->TextMatrix(row, 0) == mark)
+                    return QStringLiteral("a click left the mark of row %1").arg(row);
+            }
             break;
         }
         case SelectAll:
