@@ -568,6 +568,7 @@ void frmForm1::mnuCopyNuvi_Click() {
     }
     setStatus(QStringLiteral("Copying is Done"), StatusColours::cyan());
     m_reports->copied(result.path, result.existed);
+    File1->refresh(); // the copy shows when the list is on the device's folder
 }
 
 // ---- Symbol table -------------------------------------------------------------------------

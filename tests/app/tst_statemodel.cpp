@@ -8,6 +8,7 @@
 #include "MainWindowFixture.h"
 
 #include "app/StatusColours.h"
+#include "symbols/symtable.h"
 #include "workspace/Workspace.h"
 
 #include <QLabel>
@@ -85,10 +86,10 @@ public:
 
     // Runs the given steps, or random ones when generating; returns the first failure.
     QString run(QList<Step>* steps, int count, bool generate) {
-        f.answers = {QStringLiteral("Nuvi_1")};
+        f.makeDevices({QStringLiteral("Nuvi_1")});
+        addSources(QStringLiteral("Nuvi_1"));
         w = &f.start();
         w->setRepaintInterval(0);
-        addSources(QStringLiteral("Nuvi_1"));
         device = QStringLiteral("Nuvi_1");
         caption = QStringLiteral("Tarnwick - Device = Nuvi_1");
         on = {"mnuSelectTracks", "mnuSelectFavorites"};
@@ -133,6 +134,7 @@ private:
     }
 
     void addSources(const QString& name) {
+        symtable::WriteDefaultSymbolTable(f.device(name) + QStringLiteral("/symtable.txt"));
         f.writeFile(f.device(name) + QStringLiteral("/CURRENT.GPX"), gpx(4, 3));
         f.writeFile(f.device(name) + QStringLiteral("/BIG.GPX"), gpx(3000, 2000));
     }
@@ -379,6 +381,11 @@ private:
             shown.section(" / ", 2) != model.section(" / ", 2) || shownColour != colour ||
             !w->mnuExit->isEnabled() || !w->mnuCreateNewUser->isEnabled())
             return QStringLiteral("window [%1], the model says [%2]").arg(shown, model);
+        const auto gpxFiles =
+            QDir(w->CurrentFolder).entryList({"*.gpx"}, QDir::Files, QDir::Name | QDir::IgnoreCase);
+        if (w->File1->isVisible() && f.texts(*w->File1) != gpxFiles)
+            return QStringLiteral("the file list is not the folder's: ") +
+                   f.texts(*w->File1).join(',');
         f.messages.clear();
         messages.clear();
         if (w->Grid1->Rows() > 0 && w->Grid1->TextMatrix(0, 0) == QLatin1String("X"))
