@@ -428,7 +428,6 @@ void frmForm1::takeDevice(const QString& folder) {
     CurrentFolder = m_settings->folderFor(DeviceFolder);
     selectDriveOf(CurrentFolder);
     Dir1->setPath(CurrentFolder);
-    File1->setPath(Dir1->Path());
     setWindowTitle(QStringLiteral("Tarnwick - Device = ") + QFileInfo(DeviceFolder).fileName());
     reportDevice();
     mnuOpen_Click();
