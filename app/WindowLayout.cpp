@@ -7,9 +7,14 @@
 #include <QVariant>
 #include <QWidget>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int twipsPerPixel = 15;
+constexpr int detailsGap = 6;
+constexpr int detailsLeast = 260;
+constexpr int detailsMost = 520;
 
 // How a control follows the extra size: the share of the extra width and height it grows
 // by, and the share it moves by (2 = all of it, 1 = half of it, 0 = none).
@@ -37,6 +42,13 @@ WindowLayout::WindowLayout(QWidget* client)
     // track names show whole.
     for (QTableView* grid : client->findChildren<QTableView*>())
         grid->horizontalHeader()->setStretchLastSection(true);
+    // The pane beside the grid comes and goes with it.
+    if (QWidget* grid = client->findChild<QWidget*>(QStringLiteral("Grid1")))
+        grid->installEventFilter(this);
+}
+
+bool WindowLayout::roomForDetails() const {
+    return m_client->width() - m_client->minimumWidth() >= detailsLeast + detailsGap;
 }
 
 void WindowLayout::apply() {
@@ -54,10 +66,25 @@ void WindowLayout::apply() {
                              twips.width() / twipsPerPixel + dx * anchor.growX / 2,
                              twips.height() / twipsPerPixel + dy * anchor.growY / 2);
     }
+    auto* grid = m_client->findChild<QWidget*>(QStringLiteral("Grid1"), Qt::FindDirectChildrenOnly);
+    auto* pane =
+        m_client->findChild<QWidget*>(QStringLiteral("itemDetails"), Qt::FindDirectChildrenOnly);
+    if (!grid || !pane)
+        return;
+    const bool shown = pane->property("wanted").toBool() && !grid->isHidden();
+    if (shown) {
+        const QRect place = grid->geometry();
+        const int width = std::clamp(dx - detailsGap, detailsLeast, detailsMost);
+        grid->setGeometry(place.adjusted(0, 0, -width - detailsGap, 0));
+        pane->setGeometry(place.right() + 1 - width, place.top(), width, place.height());
+    }
+    pane->setVisible(shown);
 }
 
 bool WindowLayout::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == m_client && event->type() == QEvent::Resize)
+    if ((watched == m_client && event->type() == QEvent::Resize) ||
+        (watched != m_client &&
+         (event->type() == QEvent::ShowToParent || event->type() == QEvent::HideToParent)))
         apply();
     return QObject::eventFilter(watched, event);
 }

@@ -8,6 +8,10 @@ class QWidget;
 // where its "twips" property puts it; the extra width and height go to the controls that
 // show lists (the item grid, the file and folder lists, the device list), the status line
 // stretches along the top and the copyright line stays centred at the bottom.
+//
+// The details pane ("itemDetails"), when it is wanted (its "wanted" property) and the item
+// grid is shown, takes the right part of the grid's place: the width the window gained, within
+// limits, or its least width at the designed size.
 class WindowLayout : public QObject {
     Q_OBJECT
 public:
@@ -16,6 +20,9 @@ public:
 
     // Places every control of the client for its current size.
     void apply();
+    // Whether the window is wide enough for the details pane beside the grid at its designed
+    // width.
+    bool roomForDetails() const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -4,6 +4,7 @@
 #include "app/DriveListBox.h"
 #include "app/FileDrop.h"
 #include "app/FileListBox.h"
+#include "app/ItemDetailsPane.h"
 #include "app/StatusColours.h"
 #include "app/StatusReports.h"
 #include "app/VolumeWatch.h"
@@ -67,7 +68,8 @@ frmForm1::frmForm1(QWidget* parent)
     m_reports = new StatusReports(statusBar(), Grid1->gridModel());
     // The window opens at its designed size (the client area, the menu bar and the status
     // bar) and may grow from there.
-    new WindowLayout(centralWidget());
+    auto* layout = new WindowLayout(centralWidget());
+    new ItemDetailsPane(*this, mnuViewDetails, *layout);
     resize(sizeHint());
     m_settings = new WindowSettings(this);
     new VolumeWatch(Drive1);
@@ -232,6 +234,10 @@ void frmForm1::buildMenus() {
         item(mnuSymbolTableSelections, "mnuReloadSymTable", QStringLiteral("&Reload Symbol Table"));
     mnuSymbolTable =
         item(mnuSymbolTableSelections, "mnuSymbolTable", QStringLiteral("&Edit Symbol Table"));
+
+    mnuView = menu("mnuView", QStringLiteral("&View"));
+    mnuViewDetails = item(mnuView, "mnuViewDetails", QStringLiteral("&Details"));
+    mnuViewDetails->setCheckable(true);
 
     helpMnu = menu("helpMnu", QStringLiteral("&Help"));
     mnuAbout = item(helpMnu, "mnuAbout", QStringLiteral("&About"));

@@ -93,6 +93,8 @@ public:
     QAction* mnuWithOutSymbolConversion;
     QAction* mnuReloadSymTable;
     QAction* mnuSymbolTable;
+    QMenu* mnuView;
+    QAction* mnuViewDetails;
     QMenu* helpMnu;
     QAction* mnuAbout;
     QAction* mnuHelpDoc;
@@ -146,6 +148,9 @@ public:
 
     // Whether symbol conversion is on: the check mark of "Export With Symbol Conversion".
     bool SymbolConversion() const;
+
+    // Each track row's name as the source stores it, by grid row (entry 0 unused).
+    const QStringList& trackSourceNames() const { return m_trackSourceNames; }
 
     // The status bar's plain-words report of the last command.
     const StatusReports* statusReports() const { return m_reports; }

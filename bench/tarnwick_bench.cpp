@@ -10,6 +10,7 @@
 
 #include "app/FileListBox.h"
 #include "app/frmForm1.h"
+#include "app/ItemDetailsPane.h"
 #include "dialogs/Dialogs.h"
 #include "items/FlexGrid.h"
 
@@ -329,6 +330,38 @@ int tracksPeakMode(const QString& path) {
     return s.failed ? 1 : 0;
 }
 
+// The details pane on a 100,000-point track between two others: from the row becoming current
+// to the pane showing its figures, the scratch file read from the start.
+bool benchmarkDetails(const QString& work, int repeats) {
+    GpxShape shape;
+    shape.favorites = 10;
+    shape.tracks = 3;
+    shape.pointsPerTrack = 100000;
+    const QString path = work + QStringLiteral("/track100k.gpx");
+    QFile::remove(path);
+    if (writeGpxFile(path, shape) < 0)
+        return false;
+    Session s;
+    s.start();
+    s.window->mnuViewDetails->trigger();
+    if (!s.choose(path))
+        return false;
+    s.window->mnuSelectTracks_Click();
+    auto* pane = s.window->findChild<ItemDetailsPane*>();
+    std::vector<double> times;
+    for (int r = 0; r < std::max(repeats, 3); ++r) {
+        s.window->Grid1->setRow(1);
+        times.push_back(s.time("Details", [&] { s.window->Grid1->setRow(2); }));
+    }
+    const bool shown =
+        pane && pane->isVisible() &&
+        pane->lines().value(0).startsWith(QLocale().toString(100000) + QLatin1Char(' '));
+    std::printf("\nDetails pane\n");
+    std::printf("Details of a 100,000-point track: %.1f ms  %s\n", median(times),
+                qPrintable(verdict(shown && median(times) < 100, QStringLiteral("< 100 ms"))));
+    return shown && !s.failed;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -374,6 +407,7 @@ int main(int argc, char** argv) {
     const Figures b = benchmarkFile(oneLine, QStringLiteral("On one line"), repeats, work);
     ok = ok && a.ok && b.ok;
     ok = benchmarkMarkNew(work, repeats) && ok;
+    ok = benchmarkDetails(work, repeats) && ok;
     ok = benchmarkPeak(work, quick) && ok;
     std::printf("\n%s\n", ok ? "Benchmark complete." : "Benchmark FAILED.");
     return ok ? 0 : 1;

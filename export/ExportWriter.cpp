@@ -1,6 +1,7 @@
 #include "export/ExportWriter.h"
 
 #include "items/FlexGridModel.h"
+#include "items/ScratchLines.h"
 #include "text/CodePage.h"
 #include "text/WriteError.h"
 #include "workspace/Workspace.h"
@@ -32,7 +33,6 @@ namespace {
 constexpr QByteArrayView lineEnd("\r\n");
 constexpr QByteArrayView trackStart("<trk>");
 constexpr QByteArrayView fileEnd("</gpx>");
-constexpr qsizetype scratchBlockSize = 1024 * 1024;
 
 bool writeBytesLine(QIODevice& out, QByteArrayView line) {
     return out.write(line.data(), line.size()) == line.size() &&
@@ -62,257 +62,6 @@ QString convertedCode(const QString& xml, const QString& delorme) {
     line += close < 0 ? QStringView(xml) : QStringView(xml).mid(close);
     return line;
 }
-
-// Bytes to look for in the scratch file, and what an earlier look found: the search moves
-// forward only, so each byte of the file is looked at once for each of them.
-class Needle {
-public:
-    explicit Needle(QByteArrayView bytes)
-        : m_bytes(bytes) {}
-
-    QByteArrayView bytes() const { return m_bytes; }
-
-private:
-    friend class ScratchLines;
-    QByteArrayView m_bytes;
-    qint64 m_found = -1; // the first occurrence at or after m_clear, as a file offset
-    qint64 m_clear = 0;  // no occurrence within a line starts before this file offset
-};
-
-// The lines of the scratch file, read forward in large blocks, with a cursor on one line.
-// Lines end at CR LF; the last line needs no line end. The track data never hold a CR or LF
-// of their own, the tracks load having turned them into spaces or dropped them, so a lone CR
-// or LF stays part of its line. Searches jump through whole blocks: only the line that holds
-// what is looked for is taken apart.
-class ScratchLines {
-public:
-    explicit ScratchLines(QIODevice& device)
-        : m_device(device) {}
-
-    // The line at the cursor without its line end; false at the end of the data.
-    bool current(QByteArrayView& line) {
-        qsizetype from = m_pos;
-        for (;;) {
-            const qsizetype end = lineEndFrom(from);
-            if (end >= 0) {
-                line = QByteArrayView(m_buffer).sliced(m_pos, end - m_pos);
-                m_next = end + lineEndSize;
-                return true;
-            }
-            if (ended()) {
-                if (m_pos >= m_buffer.size())
-                    return false;
-                line = QByteArrayView(m_buffer).sliced(m_pos);
-                m_next = m_buffer.size();
-                return true;
-            }
-            // A CR at the end may begin a CR LF that the next block completes.
-            from = std::max(m_pos, m_buffer.size() - 1);
-            from -= refill();
-        }
-    }
-
-    // Moves the cursor past the line that current() gave.
-    void advance() { m_pos = m_next; }
-
-    // Moves the cursor to the first line from the cursor on that holds either needle's bytes
-    // (name may be null); false when no line does, the cursor then being at the end.
-    bool seek(Needle* name, Needle& stop) {
-        for (;;) {
-            const qsizetype to = completeEnd();
-            if (to > m_pos) {
-                const qsizetype atStop = find(stop, to);
-                const qsizetype limit = atStop < 0 ? to : lineEndAfter(atStop);
-                const qsizetype atName = name ? find(*name, limit) : -1;
-                const qsizetype hit = atName >= 0 ? atName : atStop;
-                if (hit >= 0) {
-                    m_pos = lineStart(hit);
-                    return true;
-                }
-                m_pos = to;
-            }
-            if (ended())
-                return false;
-            refill();
-        }
-    }
-
-    enum class Copy { Stopped, AtEnd, WriteFailed };
-
-    // Writes the lines from the cursor on, each with its line end, up to the first line that
-    // holds either needle's bytes, where the cursor stays (Stopped), or to the end.
-    Copy copyUntil(QIODevice& out, Needle& first, Needle& second) {
-        for (;;) {
-            const qsizetype to = completeEnd();
-            if (to > m_pos) {
-                const qsizetype a = find(first, to);
-                const qsizetype b = find(second, to);
-                const qsizetype hit = a < 0 ? b : (b < 0 ? a : std::min(a, b));
-                const qsizetype stop = hit < 0 ? to : lineStart(hit);
-                const QByteArrayView lines = QByteArrayView(m_buffer).sliced(m_pos, stop - m_pos);
-                if (out.write(lines.data(), lines.size()) != lines.size())
-                    return Copy::WriteFailed;
-                // The last line of the data may have no line end of its own.
-                if (hit < 0 && ended() && !lines.isEmpty() && !lines.endsWith(lineEnd) &&
-                    out.write(lineEnd.data(), lineEnd.size()) != lineEnd.size())
-                    return Copy::WriteFailed;
-                m_pos = stop;
-                if (hit >= 0)
-                    return Copy::Stopped;
-            }
-            if (ended())
-                return Copy::AtEnd;
-            refill();
-        }
-    }
-
-    bool failed() const { return m_failed; }
-
-private:
-    static constexpr qsizetype lineEndSize = 2;
-
-    bool ended() const { return m_atEnd || m_failed; }
-
-    bool isLineEndAt(qsizetype at) const {
-        return at >= m_pos && at + 1 < m_buffer.size() && m_buffer[at] == '\r' &&
-               m_buffer[at + 1] == '\n';
-    }
-
-    // Where the first line end at or after from begins, or -1.
-    qsizetype lineEndFrom(qsizetype from) const {
-        const char* const data = m_buffer.constData();
-        const qsizetype size = m_buffer.size();
-        for (qsizetype at = from + 1; at < size;) {
-            const auto* lf =
-                static_cast<const char*>(std::memchr(data + at, '\n', size_t(size - at)));
-            if (!lf)
-                return -1;
-            if (isLineEndAt(lf - data - 1))
-                return lf - data - 1;
-            at = lf - data + 1;
-        }
-        return -1;
-    }
-
-    // Where the line that holds the byte at offset at begins.
-    qsizetype lineStart(qsizetype at) const {
-        while (at > m_pos && !isLineEndAt(at - lineEndSize))
-            --at;
-        return at;
-    }
-
-    // Where the line after the one that holds the byte at offset at begins.
-    qsizetype lineEndAfter(qsizetype at) const {
-        const qsizetype end = lineEndFrom(at - 1);
-        return end < 0 ? m_buffer.size() : end + lineEndSize;
-    }
-
-    // The end of the last whole line in the buffer: the last line ends only at the end of the
-    // data.
-    qsizetype completeEnd() const {
-        return ended() ? m_buffer.size() : std::max(m_pos, m_complete);
-    }
-
-    // The first occurrence of the needle's bytes from the cursor up to to (a line boundary)
-    // that stands within one line, or -1.
-    qsizetype find(Needle& needle, qsizetype to) {
-        if (needle.m_found >= m_base + m_pos)
-            return needle.m_found < m_base + to ? needle.m_found - m_base : -1;
-        const qsizetype size = needle.m_bytes.size();
-        const char* const data = m_buffer.constData();
-        for (qsizetype at = std::max<qsizetype>(m_pos, needle.m_clear - m_base); at < to;) {
-            const auto* hit = static_cast<const char*>(
-                memmem(data + at, size_t(to - at), needle.m_bytes.data(), size_t(size)));
-            if (!hit)
-                break;
-            const qsizetype found = hit - data;
-            // An occurrence across a line end is in no line.
-            qsizetype k = std::max(m_pos, found - 1);
-            while (k < found + size && !isLineEndAt(k))
-                ++k;
-            if (k == found + size) {
-                needle.m_found = needle.m_clear = m_base + found;
-                return found;
-            }
-            at = found + 1;
-        }
-        needle.m_clear = std::max(needle.m_clear, m_base + to);
-        return -1;
-    }
-
-    // Drops the lines before the cursor and reads the next block; returns how far the bytes
-    // moved down.
-    qsizetype refill() {
-        const qsizetype dropped = m_pos;
-        const qsizetype kept = m_buffer.size() - m_pos;
-        std::memmove(m_buffer.data(), m_buffer.constData() + m_pos, size_t(kept));
-        m_base += dropped;
-        m_pos = 0;
-        m_complete = std::max<qsizetype>(0, m_complete - dropped);
-        m_buffer.resize(kept + scratchBlockSize);
-        const qint64 got = m_device.read(m_buffer.data() + kept, scratchBlockSize);
-        m_buffer.resize(kept + std::max<qint64>(got, 0));
-        if (got < 0)
-            m_failed = true;
-        else if (got == 0)
-            m_atEnd = true;
-        // The last line end, in the new bytes or across their first one.
-        const char* const data = m_buffer.constData();
-        for (qsizetype at = m_buffer.size(); at > kept && at > 1;) {
-            const auto* lf =
-                static_cast<const char*>(memrchr(data + kept, '\n', size_t(at - kept)));
-            if (!lf)
-                break;
-            if (lf > data && lf[-1] == '\r') {
-                m_complete = lf - data + 1;
-                break;
-            }
-            at = lf - data;
-        }
-        return dropped;
-    }
-
-    QIODevice& m_device;
-    QByteArray m_buffer;
-    qint64 m_base = 0;        // file offset of the buffer's first byte
-    qsizetype m_pos = 0;      // the cursor: where its line begins
-    qsizetype m_next = 0;     // where the line after the one current() gave begins
-    qsizetype m_complete = 0; // where the last line end in the buffer ends
-    bool m_atEnd = false;
-    bool m_failed = false;
-};
-
-// A track name as the scratch file would hold it. A name with a character outside the code
-// page cannot stand in the file at all. The empty name is found in every line that is not
-// empty.
-class NameSearch {
-public:
-    explicit NameSearch(const QString& name)
-        : m_bytes(CodePage::fromUnicode(name))
-        , m_possible(CodePage::toUnicode(m_bytes) == name)
-        , m_needle(m_bytes) {}
-
-    bool foundIn(QByteArrayView line) const {
-        return m_possible && !line.isEmpty() && line.contains(m_bytes);
-    }
-
-    // Moves the lines' cursor to the first line that holds the name or the stop bytes.
-    bool seek(ScratchLines& lines, Needle& stop) {
-        if (!m_possible || !m_bytes.isEmpty())
-            return lines.seek(m_possible ? &m_needle : nullptr, stop);
-        QByteArrayView line;
-        for (; lines.current(line); lines.advance()) {
-            if (!line.isEmpty())
-                return true;
-        }
-        return false;
-    }
-
-private:
-    QByteArray m_bytes;
-    bool m_possible;
-    Needle m_needle;
-};
 
 QString fileError(const QString& path, const QString& reason) {
     return QStringLiteral("The file %1 can't be written: %2")
@@ -577,8 +326,11 @@ TracksBody writeTracksBody(QIODevice& out, QIODevice& scratch, const FlexGridMod
             // not hold "<trk>", so it is copied.
             if (line.contains(trackStart)) {
                 lines.advance();
-                switch (lines.copyUntil(out, trackStartNeedle, fileEndNeedle)) {
-                case ScratchLines::Copy::WriteFailed:
+                const auto write = [&out](QByteArrayView bytes) {
+                    return out.write(bytes.data(), bytes.size()) == bytes.size();
+                };
+                switch (lines.copyUntil(write, trackStartNeedle, fileEndNeedle)) {
+                case ScratchLines::Copy::SinkFailed:
                     return TracksBody::WriteFailed;
                 case ScratchLines::Copy::AtEnd:
                     lastRow = true;

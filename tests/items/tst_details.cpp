@@ -1,0 +1,130 @@
+// The details of one item, from corpus files loaded as the window loads them and from crafted
+// scratch files and favorites; and the pane following the grid's current row.
+
+#include "../app/MainWindowFixture.h"
+
+#include "app/ItemDetailsPane.h"
+#include "items/FavoritesScanner.h"
+#include "items/ItemDetails.h"
+#include "items/SourceLoad.h"
+#include "items/TracksScanner.h"
+
+#include <QBuffer>
+#include <QLabel>
+
+class DetailsTest : public QObject {
+    Q_OBJECT
+private slots:
+    void detailsOfItems_data() { addTableRows("items_details.tsv"); }
+
+    void detailsOfItems() {
+        QFETCH(QStringList, row);
+        const QString file = row[1], item = row[3];
+        const bool tracks = row[2] == "trk", crafted = file.startsWith('<');
+        QByteArray scratchBytes = file.toUtf8();
+        QString code = file, name = item, symbol, sourceName = item;
+        if (!crafted) {
+            QFile source(QStringLiteral(TARNWICK_CORPUS "/") + file);
+            if (!source.exists())
+                QSKIP("the corpus is absent");
+            QVERIFY(openSourceFile(source));
+            QBuffer scratch(&scratchBytes);
+            scratch.open(QIODevice::WriteOnly);
+            TracksScanner trackScanner(&scratch);
+            FavoritesScanner favoriteScanner;
+            QVERIFY(readInBlocks(
+                source,
+                [&](QByteArrayView bytes) {
+                    return tracks ? trackScanner.feed(bytes) : favoriteScanner.feed(bytes);
+                },
+                [] { return true; }));
+            QVERIFY(!tracks || trackScanner.finish());
+            const QList<QStringList> rows = tracks ? trackRows(trackScanner.takeItems())
+                                                   : favoriteRows(favoriteScanner.takeItems());
+            const QStringList& cells = rows.at(item.toInt() - 1);
+            name = cells[1], code = cells[2], symbol = cells[3];
+            if (tracks) // the names of these tracks stand in the file as the grid shows them
+                sourceName = name;
+        }
+        QStringList lines;
+        const auto check = [&row](int column, const QString& seen) {
+            if (row[column] != "-")
+                QCOMPARE(seen, row[column]);
+        };
+        const auto near = [&row](int column, double seen, double tolerance) {
+            if (row[column] != "-")
+                QVERIFY2(std::abs(seen - row[column].toDouble()) <= tolerance,
+                         qPrintable(QString::number(seen, 'f', 6)));
+        };
+        if (tracks) {
+            QBuffer scratch(&scratchBytes);
+            scratch.open(QIODevice::ReadOnly);
+            const TrackDetails d = trackDetails(scratch, sourceName);
+            lines = trackLines(d, QLocale::c());
+            QCOMPARE(d.readable, row[15] != notReadableText());
+            check(4, QString::number(d.points));
+            check(5, QString::number(d.segments));
+            near(6, d.length, row[6].toDouble() * 0.005);
+            check(7, d.firstTime);
+            check(8, d.lastTime);
+            near(9, d.lowest, 1e-6);
+            near(10, d.highest, 1e-6);
+            QVERIFY(d.outline.size() <= 2001);
+            QCOMPARE(d.outline.isEmpty(), d.points == 0);
+        } else {
+            const FavoriteDetails d = favoriteDetails(code);
+            lines = favoriteLines(name, symbol, d, QLocale::c());
+            QCOMPARE(d.readable, !row[15].endsWith(notReadableText()));
+            near(11, d.latitude, 1e-9);
+            near(12, d.longitude, 1e-9);
+            check(13, d.address);
+            check(14, d.phone);
+        }
+        check(15, row[15].contains(" | ") ? lines.join(" | ") : lines.first());
+    }
+
+    // A long track keeps an outline of about 2,000 points that ends at its last point.
+    void outlineOfALongTrack() {
+        QByteArray bytes = "<trk><name>L</name>\r\n<trkseg>\r\n";
+        for (int i = 0; i < 9999; ++i)
+            bytes +=
+                QStringLiteral("<trkpt lat=\"%1\" lon=\"0\"></trkpt>\r\n").arg(i / 1e4).toUtf8();
+        QBuffer scratch(&bytes);
+        scratch.open(QIODevice::ReadOnly);
+        const TrackDetails d = trackDetails(scratch, "L");
+        QCOMPARE(d.points, 9999);
+        QVERIFY(d.outline.size() >= 1000 && d.outline.size() <= 2001);
+        QCOMPARE(d.outline.first().latitude, 0.0);
+        QCOMPARE(d.outline.last().latitude, 0.9998);
+        QCOMPARE(d.outline[1].latitude - d.outline[0].latitude,
+                 d.outline[2].latitude - d.outline[1].latitude);
+    }
+
+    // The pane follows the current row, and the tooltip of a row is the pane's first line.
+    void paneFollowsTheCurrentRow() {
+        MainWindowFixture f;
+        frmForm1& w = f.startWithSource(
+            "<gpx><wpt lat=\"1.5\" lon=\"2\"><name>Home</name><sym>Flag</sym></wpt>\r\n"
+            "<trk><name>Day</name><trkseg><trkpt lat=\"0\" lon=\"0\"></trkpt>"
+            "<trkpt lat=\"0\" lon=\"0.001\"></trkpt></trkseg></trk></gpx>");
+        w.mnuSelectFavorites_Click();
+        auto* pane = w.findChild<QWidget*>("itemDetails");
+        QVERIFY(pane && pane->isHidden());
+        w.findChild<QAction*>("mnuViewDetails")->trigger();
+        QVERIFY(!pane->isHidden());
+        QCOMPARE(pane->findChild<QLabel*>()->text(), QString());
+        f.clickGrid(1);
+        const QString favorite = QLocale().toString(1.5, 'f', 6);
+        QVERIFY2(pane->findChild<QLabel*>()->text().contains(favorite),
+                 qPrintable(pane->findChild<QLabel*>()->text()));
+        const QString tip = qobject_cast<ItemDetailsPane*>(pane)->summaryOf(1);
+        QVERIFY(tip.startsWith("Home (Flag): N 1° 30"));
+        w.mnuSelectTracks_Click();
+        QCOMPARE(pane->findChild<QLabel*>()->text(), QString());
+        f.clickGrid(1);
+        QVERIFY(pane->findChild<QLabel*>()->text().startsWith(QLocale().toString(2) + " points"));
+    }
+};
+
+QTEST_MAIN(DetailsTest)
+#include "tst_details.moc"
