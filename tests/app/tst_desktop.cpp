@@ -93,7 +93,15 @@ void DesktopTest::commandsReportWhatTheyDid() {
             seen = w.Grid1->displayed(cell) + '|' + cell;
         } else if (step == "drop" || step == "source")
             seen = w.SourceFileName;
-        else if (step == "link") {
+        else if (step == "windows") {
+            QStringList shown;
+            for (QWidget* window : QApplication::topLevelWidgets()) {
+                shown << (window->isVisible() ? window->objectName() : QString());
+                if (window != &w)
+                    window->close();
+            }
+            seen = shown.join(' ').simplified();
+        } else if (step == "link") {
             const QString href = QUrl::fromLocalFile(w.statusReports()->link()).toString();
             seen =
                 w.findChild<QStatusBar*>("statusBar")->findChild<QLabel*>()->text().contains(href)
