@@ -19,7 +19,6 @@
 #include "items/TracksScanner.h"
 #include "symbols/symtable.h"
 #include "text/TextHelpers.h"
-#include "text/WriteError.h"
 #include "workspace/Workspace.h"
 
 #include <QAction>
@@ -265,7 +264,7 @@ void frmForm1::mnuSelectTracks_Click() {
     // the last bytes (a full disk) or to rename.
     QString writeError;
     if (!readFailed)
-        writeError = scanner.finish() ? scratch.place() : writeErrorOf(scratch.file());
+        writeError = scanner.finish() ? scratch.place() : scanner.writeError();
     const bool written = !readFailed && writeError.isEmpty();
     endLoad();
 

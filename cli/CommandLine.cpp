@@ -8,7 +8,6 @@
 #include "items/SourceLoad.h"
 #include "symbols/symtable.h"
 #include "text/TextHelpers.h"
-#include "text/WriteError.h"
 #include "workspace/DatedCopy.h"
 #include "workspace/Workspace.h"
 
@@ -142,10 +141,9 @@ int readItems(const QString& path, bool tracks, QIODevice& scratch, Items& items
         for (const TrackItem& item : found)
             items.sourceNames.append(item.sourceName);
         items.header = scanner.header();
-        auto* file = qobject_cast<QFileDevice*>(&scratch);
-        if (read && !scanner.finish() && file)
+        if (read && !scanner.finish())
             return fail(Failed, QStringLiteral("the track scratch file %1 could not be written: %2")
-                                    .arg(native(scratchPath), writeErrorOf(*file)));
+                                    .arg(native(scratchPath), scanner.writeError()));
     } else {
         FavoritesScanner scanner;
         read = readInBlocks(
