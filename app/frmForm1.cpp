@@ -433,7 +433,6 @@ void frmForm1::takeDevice(const QString& folder) {
     DeviceFolder = CurrentFolder;
     CurrentFolder = m_settings->folderFor(DeviceFolder);
     selectDriveOf(CurrentFolder);
-    Dir1->setPath(CurrentFolder);
     setWindowTitle(QStringLiteral("Tarnwick - Device = ") + QFileInfo(DeviceFolder).fileName());
     reportDevice();
     mnuOpen_Click();

@@ -94,27 +94,17 @@ void frmForm1::btnOK_Click() {
     btnOK->hide();
     btnCANCEL->hide();
 
-    CurrentFolder = QDir(Workspace::rootPath()).filePath(name);
-    DeviceFolder = CurrentFolder;
-    Workspace::MakeFolder(DeviceFolder);
+    const QString folder = QDir(Workspace::rootPath()).filePath(name);
+    Workspace::MakeFolder(folder);
     refreshDevices();
     SourceFileName.clear();
-    DeviceFolder = CurrentFolder;
-    CurrentFolder = m_settings->folderFor(DeviceFolder);
-
-    selectDriveOf(CurrentFolder);
-    Dir1->setPath(CurrentFolder);
-    File1->setPath(Dir1->Path());
-    setWindowTitle(QStringLiteral("Tarnwick - Device = ") + QFileInfo(DeviceFolder).fileName());
-    reportDevice();
 
     txtStatus->show();
     mnuOpen->setEnabled(true);
     setMenuEnabled(mnuSymbolTableSelections, true);
     mnuSwitchDevice->setEnabled(true);
     mnuCopyNuvi->setEnabled(false);
-    mnuOpen_Click();
-    choosePendingSource();
+    takeDevice(folder);
 }
 
 void frmForm1::btnCANCEL_Click() {

@@ -318,9 +318,14 @@ QStringList trackLines(const TrackDetails& details, const QLocale& locale) {
     if (!details.readable)
         return {notReadableText()};
     QStringList lines;
-    QString summary = QStringLiteral("%1 points in %2 segments, %3 km")
-                          .arg(locale.toString(details.points), locale.toString(details.segments),
-                               locale.toString(details.length / 1000.0, 'f', 2));
+    const auto counted = [&locale](qint64 n, const QString& one, const QString& many) {
+        return locale.toString(n) + QLatin1Char(' ') + (n == 1 ? one : many);
+    };
+    QString summary =
+        QStringLiteral("%1 in %2, %3 km")
+            .arg(counted(details.points, QStringLiteral("point"), QStringLiteral("points")),
+                 counted(details.segments, QStringLiteral("segment"), QStringLiteral("segments")),
+                 locale.toString(details.length / 1000.0, 'f', 2));
     const QDateTime first = QDateTime::fromString(details.firstTime, Qt::ISODateWithMs);
     const QDateTime last = QDateTime::fromString(details.lastTime, Qt::ISODateWithMs);
     if (first.isValid() && last.isValid())

@@ -95,6 +95,7 @@ void ListsTest::fileListChoosesByClickSpaceOrEnter() {
     QFile(dir.path() + "/d.gpx").open(QIODevice::WriteOnly);
     list.setPath(dir.path());
     QCOMPARE(list.count(), 4);
+    QCOMPARE(list.FileName(), "b.gpx"); // the chosen file stays chosen
     list.setPath(dir.path() + "/unplugged");
     QCOMPARE(list.count(), 0);
 }

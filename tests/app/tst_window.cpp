@@ -174,6 +174,7 @@ void WindowTest::deviceMadeAfterADeclinedStartIsTaken() {
     QCOMPARE(w.windowTitle(), QStringLiteral("Tarnwick - Device = Nuvi_1"));
     QCOMPARE(f.on(switchedItems), QStringList{"mnuSymbolTableSelections"});
     QVERIFY(w.File1->isVisible());
+    QCOMPARE(w.Dir1->Path(), f.device(QStringLiteral("Nuvi_1")));
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
     QCOMPARE(w.statusReports()->text(), "Working with the device Nuvi_1 in ~/GPX/Nuvi_1");
 }

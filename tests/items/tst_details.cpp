@@ -15,6 +15,8 @@
 class DetailsTest : public QObject {
     Q_OBJECT
 private slots:
+    void initTestCase() { qputenv("TZ", "UTC"); } // times show in the local time zone
+
     void detailsOfItems_data() { addTableRows("items_details.tsv"); }
 
     void detailsOfItems() {
@@ -123,6 +125,13 @@ private slots:
         QCOMPARE(pane->findChild<QLabel*>()->text(), QString());
         f.clickGrid(1);
         QVERIFY(pane->findChild<QLabel*>()->text().startsWith(QLocale().toString(2) + " points"));
+        // The track runs east along the equator: one line across the drawing.
+        const QImage drawing = pane->grab().toImage();
+        int red = 0;
+        for (int y = 0; y < drawing.height(); ++y)
+            for (int x = 0; x < drawing.width(); ++x)
+                red += drawing.pixelColor(x, y) == QColor(200, 30, 30);
+        QVERIFY2(red > drawing.width() / 2, qPrintable(QString::number(red)));
     }
 };
 
