@@ -64,9 +64,11 @@ void DesktopTest::commandsReportWhatTheyDid() {
             w.mnuExport_Click();
         else if (step == "copy")
             w.mnuCopyNuvi->trigger();
-        else if (step == "key")
+        else if (step == "key") {
+            w.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&w));
             QTest::keySequence(&w, QKeySequence(arg));
-        else if (step == "space") {
+        } else if (step == "space") {
             w.Grid1->setFocus();
             w.Grid1->setRow(arg.toInt());
             QTest::keyClick(w.Grid1, Qt::Key_Space);
@@ -79,6 +81,7 @@ void DesktopTest::commandsReportWhatTheyDid() {
             f.chooseSource(f.device("Nuvi_1"), arg, gpx(" encoding=\"windows-1252\""));
         else if (step == "drop") {
             f.writeFile(f.home.path() + arg, gpx(""));
+            w.Drive1->setVolumes({{"/", "/", {}, {}}, volumeAt(f.home.path() + "/dropped", "S")});
             QMimeData data;
             data.setUrls({QUrl::fromLocalFile(f.home.path() + arg)});
             QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, {});
@@ -92,7 +95,7 @@ void DesktopTest::commandsReportWhatTheyDid() {
             const QString cell = w.Grid1->TextMatrix(arg.toInt(), 1);
             seen = w.Grid1->displayed(cell) + '|' + cell;
         } else if (step == "drop" || step == "source")
-            seen = w.SourceFileName;
+            seen = w.SourceFileName + " on /" + QFileInfo(w.Drive1->Drive()).fileName();
         else if (step == "windows") {
             QStringList shown;
             for (QWidget* window : QApplication::topLevelWidgets()) {
@@ -100,7 +103,7 @@ void DesktopTest::commandsReportWhatTheyDid() {
                 if (window != &w)
                     window->close();
             }
-            seen = shown.join(' ').simplified();
+            seen = shown.join(' ').simplified() + '.';
         } else if (step == "link") {
             const QString href = QUrl::fromLocalFile(w.statusReports()->link()).toString();
             seen =

@@ -89,6 +89,9 @@ private slots:
         QVERIFY(key.count() == 1 && key.first().first().value<QChar>() == u'a' && grid.Row() == 2);
         grid.setFixedRows(0);
         QVERIFY(!grid.isRowHidden(0) && !grid.horizontalHeader()->isVisible());
+        grid.setRow(1);
+        grid.setFixedRows(1); // the first item stays current
+        QVERIFY(grid.currentIndex().row() == 1);
     }
 };
 
