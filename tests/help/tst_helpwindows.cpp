@@ -1,25 +1,11 @@
+#include "app/MainWindowFixture.h"
 #include "help/HelpWindow.h"
 #include "symbols/frmSymbolTableManagement.h"
-#include "TestRows.h"
 
 #include <QtTest>
 #include <QtWidgets>
 
 namespace {
-
-QStringList itemsOf(QWidget* window) {
-    QStringList items;
-    for (const QListWidgetItem* item : window->findChild<QListWidget*>()->findItems(
-             QStringLiteral(".*"), Qt::MatchRegularExpression))
-        items.append(item->text());
-    return items;
-}
-
-// The lines of a UTF-8 data file; a blank help line is one space, never empty.
-QStringList dataLines(const QString& name) {
-    return QString::fromUtf8(dataBytes(qPrintable(name)))
-        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-}
 
 // A property as the layout table writes it: places and sizes in twips.
 QString valueOf(QVariant value) {
@@ -44,15 +30,35 @@ private slots:
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
-    // Every help window and the editor, open side by side, and their controls as laid out.
-    void everyWindowHasItsLayout() {
-        for (int page = 0; page <= int(HelpPage::SymbolTable); ++page)
-            showHelpWindow(HelpPage(page));
+    // Every help page in its one window, chosen again, closed and chosen anew; then all of them
+    // and the editor, open side by side, with their controls as laid out.
+    void everyWindowHasItsLinesAndLayout() {
+        for (int page = 0; page <= int(HelpPage::SymbolTable); ++page) {
+            QPointer<QWidget> window = showHelpWindow(HelpPage(page));
+            QListWidget* list = window->findChild<QListWidget*>();
+            const QStringList lines =
+                QString::fromUtf8(dataBytes(qPrintable("help_" + window->objectName() + ".txt")))
+                    .split(u'\n', Qt::SkipEmptyParts);
+            QCOMPARE(MainWindowFixture::texts(*list), lines);
+            // A larger window shows more of the page: the list keeps its margins.
+            const QSize listSize = list->size();
+            window->resize(window->size() + QSize(30, 20));
+            QTRY_COMPARE(list->size(), listSize + QSize(30, 20));
+            // Chosen again, even while minimized: the same window, restored, no lines added.
+            window->setWindowState(Qt::WindowMinimized);
+            QCOMPARE(showHelpWindow(HelpPage(page)), window.data());
+            QVERIFY(!window->isMinimized() && MainWindowFixture::texts(*list) == lines);
+            // Exit unloads it at once; chosen again, a new one comes with the page once.
+            QTest::mouseClick(window->findChild<QPushButton*>(), Qt::LeftButton);
+            QVERIFY(!openHelpWindow(HelpPage(page)));
+            list = showHelpWindow(HelpPage(page))->findChild<QListWidget*>();
+            QCOMPARE(MainWindowFixture::texts(*list), lines);
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            QVERIFY(window.isNull());
+        }
         QTemporaryDir dir;
         showSymbolTableEditor(dir.filePath(QStringLiteral("symtable.txt")));
-        const QList<QStringList> rows = tableRows("help_and_editor_layout.tsv");
-        QCOMPARE(rows.size(), 45);
-        for (const QStringList& f : rows) {
+        for (const QStringList& f : tableRows("help_and_editor_layout.tsv")) {
             QWidget* window = nullptr;
             for (QWidget* open : QApplication::topLevelWidgets())
                 window = open->objectName() == f[0] && open->isVisible() ? open : window;
@@ -61,38 +67,6 @@ private slots:
             QVERIFY2(object, qPrintable(f.join(u' ')));
             QCOMPARE(valueOf(object->property(qPrintable(f[2]))), f[3]);
         }
-    }
-
-    void eachPageShowsItsLinesInOneWindow_data() {
-        QTest::addColumn<int>("number");
-        for (int number = 0; number <= int(HelpPage::SymbolTable); ++number)
-            QTest::addRow("%d", number) << number;
-    }
-
-    void eachPageShowsItsLinesInOneWindow() {
-        QFETCH(int, number);
-        QPointer<QWidget> window = showHelpWindow(HelpPage(number));
-        const QStringList lines =
-            dataLines(QStringLiteral("help_%1.txt").arg(window->objectName()));
-        QCOMPARE(itemsOf(window), lines);
-        // A larger window shows more of the page: the list keeps its margins.
-        QListWidget* list = window->findChild<QListWidget*>();
-        const QSize listSize = list->size();
-        window->resize(window->size() + QSize(30, 20));
-        QTRY_COMPARE(list->size(), listSize + QSize(30, 20));
-
-        // Chosen again, even while minimized: the same window, restored, no lines added.
-        window->setWindowState(Qt::WindowMinimized);
-        QCOMPARE(showHelpWindow(HelpPage(number)), window.data());
-        QVERIFY(!window->isMinimized());
-        QCOMPARE(itemsOf(window), lines);
-
-        // Exit unloads it at once; chosen again, a new one comes with the page once.
-        QTest::mouseClick(window->findChild<QPushButton*>(), Qt::LeftButton);
-        QVERIFY(!openHelpWindow(HelpPage(number)));
-        QCOMPARE(itemsOf(showHelpWindow(HelpPage(number))), lines);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(window.isNull());
     }
 };
 
