@@ -87,7 +87,9 @@ void WindowTest::menusKeepTheirDesign() {
     frmForm1& w = f.start();
     const auto line = [](const QAction* a, const QString& name) { // no item has a shortcut
         return name + '\t' + a->text() + '\t' +
-               (a->isCheckable() ? QString::number(a->isChecked()) : "-") +
+               (a->isSeparator()   ? QStringLiteral("separator")
+                : a->isCheckable() ? QString::number(a->isChecked())
+                                   : "-") +
                a->shortcut().toString();
     };
     QStringList seen, expected;
