@@ -113,7 +113,6 @@ void markNewFavorites(FlexGridModel& grid, const QStringList& savedNames) {
     const QSet<QString> known(savedNames.cbegin(), savedNames.cend());
     const QString isNew = QStringLiteral("X");
     const QString isKnown = QStringLiteral(" ");
-    const int rows = grid.Rows();
-    for (int row = 1; row < rows; ++row)
-        grid.setTextMatrix(row, 0, known.contains(grid.TextMatrix(row, 1)) ? isKnown : isNew);
+    grid.setColumn(
+        0, 1, [&](int row) { return known.contains(grid.TextMatrix(row, 1)) ? isKnown : isNew; });
 }

@@ -1,5 +1,7 @@
 #include "items/FlexGridModel.h"
 
+#include <algorithm>
+
 FlexGridModel::FlexGridModel(int cols, QObject* parent)
     : QAbstractTableModel(parent)
     , m_columns(std::size_t(qMax(cols, 1))) {}
@@ -95,6 +97,26 @@ void FlexGridModel::setTextMatrix(int row, int col, const QString& text) {
     const QModelIndex changed = index(row, col);
     emit dataChanged(changed, changed, {Qt::DisplayRole, Qt::EditRole});
     if (row == 0 && m_fixedRows > 0)
+        emit headerDataChanged(Qt::Horizontal, col, col);
+}
+
+void FlexGridModel::setColumn(int col, int fromRow, const std::function<QString(int row)>& text) {
+    if (col < 0 || col >= Cols())
+        return;
+    int first = -1, last = -1;
+    for (int row = std::max(fromRow, 0); row < m_rows; ++row) {
+        QString value = text(row);
+        QString& cell = m_columns[std::size_t(col)][row];
+        if (cell == value && cell.isNull() == value.isNull())
+            continue;
+        cell = std::move(value);
+        first = first < 0 ? row : first;
+        last = row;
+    }
+    if (first < 0)
+        return;
+    emit dataChanged(index(first, col), index(last, col), {Qt::DisplayRole, Qt::EditRole});
+    if (first == 0 && m_fixedRows > 0)
         emit headerDataChanged(Qt::Horizontal, col, col);
 }
 

@@ -8,7 +8,5 @@ QString toggledMark(const QString& mark) {
 }
 
 void setAllMarks(FlexGridModel& grid, const QString& mark) {
-    const int lastRow = grid.Rows() - 1;
-    for (int row = 1; row <= lastRow; ++row)
-        grid.setTextMatrix(row, 0, mark);
+    grid.setColumn(0, 1, [&mark](int) { return mark; });
 }
