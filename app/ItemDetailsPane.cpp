@@ -116,6 +116,11 @@ ItemDetailsPane::ItemDetailsPane(frmForm1& window, QAction* viewDetails, WindowL
 
 void ItemDetailsPane::setWanted(bool wanted) {
     setProperty("wanted", wanted);
+    // Asked for without room beside the grid, the window widens to make it where it can, so
+    // the grid keeps its width.
+    QWidget* top = window();
+    if (wanted && !(top->windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen)))
+        top->resize(top->width() + m_layout.widthLackingForDetails(), top->height());
     m_layout.apply();
 }
 

@@ -48,7 +48,11 @@ WindowLayout::WindowLayout(QWidget* client)
 }
 
 bool WindowLayout::roomForDetails() const {
-    return m_client->width() - m_client->minimumWidth() >= detailsLeast + detailsGap;
+    return widthLackingForDetails() == 0;
+}
+
+int WindowLayout::widthLackingForDetails() const {
+    return qMax(0, detailsLeast + detailsGap - (m_client->width() - m_client->minimumWidth()));
 }
 
 void WindowLayout::apply() {

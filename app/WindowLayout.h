@@ -23,6 +23,8 @@ public:
     // Whether the window is wide enough for the details pane beside the grid at its designed
     // width.
     bool roomForDetails() const;
+    // The width the client lacks for the details pane beside the grid (0 when it has it).
+    int widthLackingForDetails() const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

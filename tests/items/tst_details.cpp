@@ -114,6 +114,7 @@ private slots:
         QVERIFY(pane && pane->isHidden());
         w.findChild<QAction*>("mnuViewDetails")->trigger();
         QVERIFY(!pane->isHidden());
+        QTRY_COMPARE(w.Grid1->width(), w.Grid1->property("twips").toRect().width() / 15);
         QCOMPARE(pane->findChild<QLabel*>()->text(), QString());
         f.clickGrid(1);
         const QString favorite = QLocale().toString(1.5, 'f', 6);
