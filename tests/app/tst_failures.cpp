@@ -5,6 +5,8 @@
 #include "FileSizeLimit.h"
 #include "MainWindowFixture.h"
 
+#include "app/StatusReports.h"
+
 #include "symbols/frmSymbolTableManagement.h"
 #include "symbols/symtable.h"
 #include "workspace/Workspace.h"
@@ -94,6 +96,14 @@ void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles() {
     }
     QCOMPARE(f.messages.size(), 1);
     const QString said = f.messages.first();
+    // The status bar names the command that failed.
+    const QMap<QString, QString> reports = {
+        {"mnuSelectFavorites", "Loading"}, {"mnuSelectTracks", "Loading"},
+        {"mnuExport", "Export"},           {"mnuSaveFavorites", "Save"},
+        {"mnuCopyNuvi", "Copy"},           {"mnuMarkNewFavorites", "Mark New Favorites"}};
+    QVERIFY2(!reports.contains(command) ||
+                 w.statusReports()->text().startsWith(reports[command] + " failed: "),
+             qPrintable(w.statusReports()->text()));
     if (!message.isEmpty()) {
         QCOMPARE(said, message);
     } else {

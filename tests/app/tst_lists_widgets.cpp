@@ -145,6 +145,8 @@ void ListsTest::driveListFollowsVolumes() {
     drives.setVolumes(
         {systemRoot, {unit.path() + "/gone", "GONE", {}, {}}, volumeAt(stick.path(), "USB")});
     QCOMPARE(seen, (QStringList{unit.path(), "/"}));
+    drives.rememberFolder(unit.path() + "/gone/x"); // never above the root, even a gone one
+    QCOMPARE(drives.currentFolderOf(unit.path() + "/gone"), unit.path() + "/gone");
     // An unreadable drive says so and keeps the previous one; Down goes on past it.
     QStringList messages;
     Dialogs::setMessageHandler([&](const QString& text) { messages.append(text); });

@@ -128,11 +128,13 @@ private slots:
         QVERIFY(pane->findChild<QLabel*>()->text().startsWith(QLocale().toString(2) + " points"));
         // The track runs east along the equator: one line across the drawing.
         const QImage drawing = pane->grab().toImage();
-        int red = 0;
+        int red = 0, white = 0; // the line on a white ground
         for (int y = 0; y < drawing.height(); ++y)
-            for (int x = 0; x < drawing.width(); ++x)
+            for (int x = 0; x < drawing.width(); ++x) {
                 red += drawing.pixelColor(x, y) == QColor(200, 30, 30);
-        QVERIFY2(red > drawing.width() / 2, qPrintable(QString::number(red)));
+                white += drawing.pixelColor(x, y) == QColor(Qt::white);
+            }
+        QVERIFY2(red > drawing.width() / 2 && white > 100 * red, qPrintable(QString::number(red)));
     }
 };
 
