@@ -181,7 +181,6 @@ void frmForm1::buildMenus() {
     auto menu = [bar](const char* name, const QString& caption) {
         QMenu* m = bar->addMenu(caption);
         m->setObjectName(QString::fromLatin1(name));
-        m->menuAction()->setObjectName(QString::fromLatin1(name) + QStringLiteral("Action"));
         return m;
     };
     auto item = [](QMenu* m, const char* name, const QString& caption) {
