@@ -552,7 +552,7 @@ void frmForm1::mnuCopyNuvi_Click() {
     }
     QFile source(SourceGpxFile());
     if (!openSourceFile(source)) {
-        m_reports->failed(QStringLiteral("Copy"), source.errorString());
+        m_reports->failed(QStringLiteral("Copy"), sourceOpenError(source));
         Dialogs::MsgBox(this, QStringLiteral("File ") + SourceFileName +
                                   QStringLiteral("can't be copied."));
         SourceFileName.clear();

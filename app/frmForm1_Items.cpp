@@ -109,7 +109,7 @@ void frmForm1::prepareGrid(bool tracks) {
 bool frmForm1::openSource(QFile& source) {
     if (openSourceFile(source))
         return true;
-    m_reports->failed(QStringLiteral("Loading"), source.errorString());
+    m_reports->failed(QStringLiteral("Loading"), sourceOpenError(source));
     Dialogs::MsgBox(this,
                     QStringLiteral("File ") + SourceFileName + QStringLiteral("can't be openned."));
     SourceFileName.clear();

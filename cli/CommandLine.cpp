@@ -106,13 +106,8 @@ int noDevice(const QString& name) {
 }
 
 int noSource(const QFile& source) {
-    const QFileInfo info(source.fileName());
-    const QString reason = !info.exists()   ? QStringLiteral("No such file.")
-                           : !info.isFile() ? QStringLiteral("It is not a regular file.")
-                                            : source.errorString();
-    return fail(
-        NoSource,
-        QStringLiteral("the file %1 can't be opened: %2").arg(native(info.filePath()), reason));
+    return fail(NoSource, QStringLiteral("the file %1 can't be opened: %2")
+                              .arg(native(source.fileName()), sourceOpenError(source)));
 }
 
 // The items of a source as the window's loads put them into the item grid: row 0 stands for

@@ -16,6 +16,15 @@ bool openSourceFile(QFile& source) {
     return QFileInfo(source.fileName()).isFile() && source.open(QIODevice::ReadOnly);
 }
 
+QString sourceOpenError(const QFile& source) {
+    const QFileInfo info(source.fileName());
+    if (!info.exists())
+        return QStringLiteral("No such file.");
+    if (!info.isFile())
+        return QStringLiteral("It is not a regular file.");
+    return source.errorString();
+}
+
 bool readInBlocks(QIODevice& source, const std::function<bool(QByteArrayView)>& feed,
                   const std::function<bool()>& afterBlock) {
     QByteArray block;

@@ -20,6 +20,9 @@ class QIODevice;
 // could block the program or never end.
 bool openSourceFile(QFile& source);
 
+// Why openSourceFile() refused or failed to open the source, in a sentence.
+QString sourceOpenError(const QFile& source);
+
 // Feeds the source to a scanner in blocks. After each block fed, afterBlock decides whether
 // to read on; the reading also stops once feed returns false or the file ends. Returns false
 // when a read failed; source.errorString() says why.

@@ -1,6 +1,7 @@
 // Every reader and writer of the program when its file goes wrong under it: one row per
 // command and fault. The driver checks that the command says so in one message that names
-// the file and the reason, and that no file that was there before changed.
+// the file and the reason, and in the status bar, and that no file that was there before
+// changed.
 
 #include "FileSizeLimit.h"
 #include "MainWindowFixture.h"
@@ -9,12 +10,9 @@
 
 #include "symbols/frmSymbolTableManagement.h"
 #include "symbols/symtable.h"
-#include "workspace/Workspace.h"
 
 #include <QLineEdit>
 
-#include <cerrno>
-#include <cstring>
 #include <optional>
 
 #include <sys/stat.h>
@@ -43,7 +41,7 @@ void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles_data() {
 
 void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles() {
     QFETCH(QStringList, row);
-    const QString command = row[1], target = row[2], fault = row[3], message = row.value(4);
+    const QString command = row[1], target = row[2], fault = row[3];
     if (fault == "read error" && !QFileInfo(QStringLiteral("/proc/self/mem")).isFile())
         QSKIP("This system has no /proc/self/mem to fail a read.");
 
@@ -94,30 +92,8 @@ void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles() {
         else
             w.findChild<QAction*>(command)->trigger();
     }
-    QCOMPARE(f.messages.size(), 1);
-    const QString said = f.messages.first();
-    // The status bar names the command that failed.
-    const QMap<QString, QString> reports = {
-        {"mnuSelectFavorites", "Loading"}, {"mnuSelectTracks", "Loading"},
-        {"mnuExport", "Export"},           {"mnuSaveFavorites", "Save"},
-        {"mnuCopyNuvi", "Copy"},           {"mnuMarkNewFavorites", "Mark New Favorites"}};
-    QVERIFY2(!reports.contains(command) ||
-                 w.statusReports()->text().startsWith(reports[command] + " failed: "),
-             qPrintable(w.statusReports()->text()));
-    if (!message.isEmpty()) {
-        QCOMPARE(said, message);
-    } else {
-        const QString shown = QDir::toNativeSeparators(path);
-        const QString name = QFileInfo(path).fileName();
-        QVERIFY2(said.contains(shown) || said.contains(Workspace::displayPath(path)) ||
-                     said.contains(name),
-                 qPrintable(said));
-        const int error = fault == "read error"                               ? EIO
-                          : fault.contains("full") || fault.contains("short") ? EFBIG
-                                                                              : 0;
-        QVERIFY2(!error || said.contains(QString::fromLocal8Bit(std::strerror(error))),
-                 qPrintable(said));
-    }
+    QCOMPARE(f.messages, QStringList(QString(row[4]).replace("{home}", f.home.path())));
+    QCOMPARE(w.statusReports()->text(), QString(row[5]).replace("{home}", f.home.path()));
     // Nothing that was there changed, and nothing half-written stayed behind; an export
     // may leave the output folder it made, empty.
     QMap<QString, QByteArray> after = f.tree(f.home.path());
