@@ -44,8 +44,6 @@ private:
 DirListBox::DirListBox(QWidget* parent)
     : QListWidget(parent) {
     setItemDelegate(new IndentDelegate(this));
-    setSelectionMode(QAbstractItemView::SingleSelection);
-    setUniformItemSizes(true);
     connect(this, &QAbstractItemView::activated, this, &DirListBox::open);
 }
 

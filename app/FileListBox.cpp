@@ -36,8 +36,6 @@ bool matchesAny(const QString& fileName, const QList<QRegularExpression>& expres
 
 FileListBox::FileListBox(QWidget* parent)
     : QListWidget(parent) {
-    setSelectionMode(QAbstractItemView::SingleSelection);
-    setUniformItemSizes(true);
     connect(this, &QListWidget::itemClicked, this, [this](QListWidgetItem* item) {
         setCurrentItem(item);
         emit Click();

@@ -109,7 +109,6 @@ ItemDetailsPane::ItemDetailsPane(frmForm1& window, QAction* viewDetails, WindowL
     m_gridViewport = grid->viewport();
     m_gridViewport->installEventFilter(this);
     m_window.centralWidget()->installEventFilter(this);
-    m_viewDetails->setCheckable(true);
     connect(m_viewDetails, &QAction::triggered, this, [this] { m_userChose = true; });
     connect(m_viewDetails, &QAction::toggled, this, &ItemDetailsPane::setWanted);
 }

@@ -39,9 +39,7 @@ public:
         m_list->setObjectName(QStringLiteral("lstHelp"));
         m_list->setGeometry(px(120), px(600), px(info.listWidth), px(info.listHeight));
         // Lines wider than the box scroll sideways rather than being cut off.
-        m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
         m_list->setTextElideMode(Qt::ElideNone);
-        m_list->setWordWrap(false);
         m_list->addItems(helpPageLines(page));
 
         resize(px(info.width), px(info.height));
