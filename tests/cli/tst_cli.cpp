@@ -66,8 +66,10 @@ private slots:
         cli.start(TARNWICK_EXE, arguments);
         QVERIFY(cli.waitForFinished(60000));
         const QString output = cli.readAllStandardOutput(), errors = cli.readAllStandardError();
-        const QString said =
-            row[5].replace("{home}", cliHome.path()).replace("CORPUS", TARNWICK_CORPUS);
+        const QString said = row[5]
+                                 .replace("{home}", cliHome.path())
+                                 .replace("{exe}", TARNWICK_EXE)
+                                 .replace("CORPUS", TARNWICK_CORPUS);
         QVERIFY2((output + errors).contains(said), qPrintable(output + errors));
         QCOMPARE(cli.exitCode(), row[4].toInt());
         QCOMPARE(errors.isEmpty(), row[4] == "0");
