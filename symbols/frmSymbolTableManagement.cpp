@@ -7,7 +7,6 @@
 #include "workspace/Workspace.h"
 
 #include <QCloseEvent>
-#include <QFileInfo>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenuBar>
@@ -105,19 +104,15 @@ void frmSymbolTableManagement::Form_Load() {
 
     // A device folder made by hand has no table yet: it gets the default one, as a new
     // device does.
-    if (!QFileInfo::exists(m_path)) {
-        const QString error = symtable::WriteDefaultSymbolTable(m_path);
-        if (!error.isEmpty())
-            Dialogs::MsgBox(this,
-                            fileProblem(m_path, QStringLiteral(" could not be created."), error));
-    }
-
-    const symtable::ReadResult read = symtable::readFile(m_path);
+    const symtable::ReadResult read = symtable::readOrCreate(m_path);
     if (!read.error.isEmpty()) {
         // Saving would replace a file the editor never showed with an empty table.
         mnuSave->setEnabled(false);
         Dialogs::MsgBox(this,
-                        fileProblem(m_path, QStringLiteral(" could not be read."), read.error));
+                        fileProblem(m_path,
+                                    read.createFailed ? QStringLiteral(" could not be created.")
+                                                      : QStringLiteral(" could not be read."),
+                                    read.error));
     }
     QList<QStringList> rows;
     rows.reserve(read.pairs.size());

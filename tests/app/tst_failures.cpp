@@ -76,7 +76,7 @@ void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles() {
         QVERIFY(QFile::link(QStringLiteral("/proc/self/mem"), path));
     else if (fault == "file in the way")
         f.writeFile(path, "not a folder");
-    else if (fault == "full disk" && command == QLatin1String("mnuReloadSymTable"))
+    else if (fault == "full disk" && target == "table" && !editor) // gone, to be made anew
         QFile::remove(path);
     const QMap<QString, QByteArray> before = f.tree(f.home.path());
 
@@ -87,12 +87,17 @@ void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles() {
             QVERIFY(full->active());
         }
         f.answers = {QStringLiteral("Nuvi_2")};
-        if (editor)
+        if (editor) {
             editor->mnuSave_Click();
-        else
+        } else if (command == QLatin1String("editor open")) {
+            // A table the editor could not show must not be saved over.
+            editor = std::make_unique<frmSymbolTableManagement>(symtable::SymbolTablePath);
+            editor->findChild<QAction*>("mnuSave")->trigger();
+        } else {
             w.findChild<QAction*>(command)->trigger();
+        }
     }
-    QCOMPARE(f.messages, QStringList(QString(row[4]).replace("{home}", f.home.path())));
+    QCOMPARE(f.messages.join('|'), QString(row[4]).replace("{home}", f.home.path()));
     QCOMPARE(w.statusReports()->text(), QString(row[5]).replace("{home}", f.home.path()));
     // Nothing that was there changed, and nothing half-written stayed behind; an export
     // may leave the output folder it made, empty.
