@@ -368,6 +368,7 @@ void frmForm1::mnuSaveFavorites_Click() {
     if (loading())
         return;
     if (SourceFileName.isEmpty()) {
+        m_reports->failed(QStringLiteral("Save"), QStringLiteral("no source file is chosen"));
         Dialogs::MsgBox(this, QStringLiteral("Select a GPX file."));
         mnuOpen_Click();
         return;

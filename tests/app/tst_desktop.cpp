@@ -96,6 +96,8 @@ void DesktopTest::commandsReportWhatTheyDid() {
             seen = w.Grid1->displayed(cell) + '|' + cell;
         } else if (step == "drop" || step == "source")
             seen = w.SourceFileName + " on /" + QFileInfo(w.Drive1->Drive()).fileName();
+        else if (step == "said")
+            seen = f.messages.value(f.messages.size() - 1);
         else if (step == "windows") {
             QStringList shown;
             for (QWidget* window : QApplication::topLevelWidgets()) {
