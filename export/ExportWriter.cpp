@@ -59,7 +59,7 @@ QString convertedCode(const QString& xml, const QString& delorme) {
         return xml;
     const qsizetype close = xml.indexOf(symClose);
     QString line = xml.left(open + symOpen.size()) + delorme;
-    line += close < 0 ? QStringView(xml) : QStringView(xml).mid(close);
+    line += QStringView(xml).mid(qMax(close, 0));
     return line;
 }
 
