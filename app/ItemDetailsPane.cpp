@@ -17,12 +17,6 @@
 
 #include <cmath>
 
-namespace {
-
-constexpr int recentRows = 8;
-
-} // namespace
-
 TrackOutline::TrackOutline(QWidget* parent)
     : QWidget(parent) {
     setObjectName(QStringLiteral("trackOutline"));
@@ -124,8 +118,6 @@ void ItemDetailsPane::setWanted(bool wanted) {
 }
 
 void ItemDetailsPane::clear() {
-    m_recent.clear();
-    m_lines.clear();
     m_text->clear();
     m_outline->setOutline({});
     m_outline->hide();
@@ -148,31 +140,25 @@ QStringList ItemDetailsPane::linesOf(int row, QList<OutlinePoint>* outline) cons
     return trackLines(details);
 }
 
+bool ItemDetailsPane::isItemRow(int row) const {
+    return m_window.ItemsLoaded && row > 0 && row < m_window.Grid1->Rows();
+}
+
 void ItemDetailsPane::showRow(int row) {
     if (m_window.loading())
         return;
-    if (row <= 0 || row >= m_window.Grid1->Rows() || !m_window.ItemsLoaded) {
+    if (!isItemRow(row)) {
         clear();
         return;
     }
     QList<OutlinePoint> outline;
-    m_lines = linesOf(row, &outline);
-    m_text->setText(m_lines.join(QLatin1Char('\n')));
+    m_text->setText(linesOf(row, &outline).join(QLatin1Char('\n')));
     m_outline->setOutline(outline);
     m_outline->setVisible(m_window.TracksLoaded && !outline.isEmpty());
 }
 
-QString ItemDetailsPane::summaryOf(int row) {
-    if (m_window.loading() || row <= 0 || row >= m_window.Grid1->Rows() || !m_window.ItemsLoaded)
-        return {};
-    for (const auto& [known, summary] : std::as_const(m_recent))
-        if (known == row)
-            return summary;
-    const QString summary = linesOf(row, nullptr).value(0);
-    if (m_recent.size() >= recentRows)
-        m_recent.removeFirst();
-    m_recent.append({row, summary});
-    return summary;
+QString ItemDetailsPane::summaryOf(int row) const {
+    return m_window.loading() || !isItemRow(row) ? QString() : linesOf(row, nullptr).value(0);
 }
 
 // Compares the watched object with the ones watched before looking at the window: events

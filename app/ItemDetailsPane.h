@@ -3,7 +3,6 @@
 #include "items/ItemDetails.h"
 
 #include <QList>
-#include <QPair>
 #include <QWidget>
 
 class QAction;
@@ -35,16 +34,15 @@ class ItemDetailsPane : public QWidget {
 public:
     ItemDetailsPane(frmForm1& window, QAction* viewDetails, WindowLayout& layout);
 
-    // The text shown, one line per entry; empty when no item row is current.
-    QStringList lines() const { return m_lines; }
     // The first line of a row's details, for its tooltip; empty for the heading row and
-    // during a load.
-    QString summaryOf(int row);
+    // during a load. Worked out anew each time: a tooltip comes once per hover.
+    QString summaryOf(int row) const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    bool isItemRow(int row) const;
     void showRow(int row);
     void clear();
     void setWanted(bool wanted);
@@ -56,8 +54,5 @@ private:
     WindowLayout& m_layout;
     QLabel* m_text;
     TrackOutline* m_outline;
-    QStringList m_lines;
     bool m_userChose = false;
-    // The summaries of the last rows asked for, newest last.
-    QList<QPair<int, QString>> m_recent;
 };
