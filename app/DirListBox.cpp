@@ -73,11 +73,6 @@ QStringList DirListBox::subFolders() const {
     return m_subFolders;
 }
 
-void DirListBox::refresh() {
-    if (!m_path.isEmpty())
-        rebuild();
-}
-
 void DirListBox::rebuild() {
     // The branch from the root: "/", "home", "anna", "GPX" for /home/anna/GPX.
     QStringList branch{m_path};

@@ -18,8 +18,6 @@ public:
     void setPath(const QString& path);
     // The current folder's sub-folders as full paths, in the order the list shows them.
     QStringList subFolders() const;
-    // Lists the current folder again, for folders made or removed since.
-    void refresh();
 
 signals:
     void Change();

@@ -439,8 +439,7 @@ void frmForm1::takeDevice(const QString& folder) {
 }
 
 void frmForm1::refreshDevices() {
-    Dir2->setPath(Workspace::rootPath());
-    Dir2->refresh();
+    Dir2->setPath(Workspace::rootPath()); // read anew each time
 }
 
 void frmForm1::selectDriveOf(const QString& folder) {

@@ -177,7 +177,6 @@ void frmForm1::mnuCreateNewUser_Click() {
     refreshDevices();
     if (!lblDevice->isHidden())
         mnuSwitchDevice_Click();
-    refreshDevices();
     if (Workspace::deviceNames().size() > 1)
         mnuSwitchDevice->setEnabled(true);
     if (m_startupDone && DeviceFolder.isEmpty() && lblDevice->isHidden())
