@@ -305,8 +305,6 @@ TracksBody writeTracksBody(QIODevice& out, QIODevice& scratch, const FlexGridMod
     // A scratch file that ends without its "</gpx>" line ends the search and the copy at its
     // end, as that line would; the missing line itself matches no name.
     ScratchLines lines(scratch);
-    Needle fileEndNeedle(fileEnd);
-    Needle trackStartNeedle(trackStart);
     bool lastRow = false;
     const int rows = grid.Rows();
     for (int row = 1; row < rows && !lastRow; ++row) {
@@ -315,7 +313,7 @@ TracksBody writeTracksBody(QIODevice& out, QIODevice& scratch, const FlexGridMod
         NameSearch name(row < sourceNames.size() ? sourceNames[row] : grid.TextMatrix(row, 1));
         // The search starts at the line where the previous copy stopped.
         QByteArrayView line;
-        if (!name.seek(lines, fileEndNeedle) || !lines.current(line)) {
+        if (!name.seek(lines, fileEnd) || !lines.current(line)) {
             lastRow = true;
         } else {
             if (name.foundIn(line) && !writeBytesLine(out, line))
@@ -329,7 +327,7 @@ TracksBody writeTracksBody(QIODevice& out, QIODevice& scratch, const FlexGridMod
                 const auto write = [&out](QByteArrayView bytes) {
                     return out.write(bytes.data(), bytes.size()) == bytes.size();
                 };
-                switch (lines.copyUntil(write, trackStartNeedle, fileEndNeedle)) {
+                switch (lines.copyUntil(write, trackStart, fileEnd)) {
                 case ScratchLines::Copy::SinkFailed:
                     return TracksBody::WriteFailed;
                 case ScratchLines::Copy::AtEnd:
