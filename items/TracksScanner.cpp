@@ -22,8 +22,9 @@ constexpr QByteArrayView fileEnd = "</gpx>";
 constexpr QByteArrayView nameStart = "<name>";
 constexpr QByteArrayView lineEnd = "\r\n";
 
-constexpr QByteArrayView recognised[] = {trackStart,   waypointStart, nameEnd, pointEnd,
-                                         segmentStart, trackEnd,      fileEnd};
+constexpr QByteArrayView recognisedTags[] = {trackStart,   waypointStart, nameEnd, pointEnd,
+                                             segmentStart, trackEnd,      fileEnd};
+constexpr ScanText::TagSet recognised(recognisedTags);
 
 } // namespace
 
