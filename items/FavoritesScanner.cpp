@@ -12,7 +12,8 @@ namespace {
 constexpr QByteArrayView favoriteStart = "<wpt";
 constexpr QByteArrayView trackStart = "<trk>";
 constexpr QByteArrayView fileEnd = "</gpx>";
-constexpr QByteArrayView recognised[] = {favoriteStart, trackStart, fileEnd};
+constexpr QByteArrayView recognisedTags[] = {favoriteStart, trackStart, fileEnd};
+constexpr ScanText::TagSet recognised(recognisedTags);
 
 // Position of the first occurrence counted from 1, 0 when absent, as the name and symbol
 // rules count.

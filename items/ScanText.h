@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QByteArrayView>
 
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
@@ -40,13 +42,68 @@ inline const char* findTagStart(const char* p, const char* end) {
 
 enum class TagMatch { None, Partial, Whole };
 
+// The tags a scanner recognises (each begins with "<"; none is the beginning of another, none
+// holds a CR or LF), with each tag's first 8 bytes also held as a word, so that the 8 bytes
+// after a "<" are compared with every tag in a few instructions.
+class TagSet {
+public:
+    static constexpr std::size_t maxTags = 8;
+
+    template <std::size_t N>
+    constexpr explicit TagSet(const QByteArrayView (&tags)[N])
+        : m_tags(tags) {
+        static_assert(N <= maxTags);
+        for (std::size_t i = 0; i < N; ++i) {
+            m_allShort = m_allShort && tags[i].size() <= 8;
+            for (qsizetype k = 0; k < tags[i].size() && k < 8; ++k) {
+                // The byte's place in a word loaded from memory.
+                const int shift =
+                    std::endian::native == std::endian::little ? 8 * int(k) : 56 - 8 * int(k);
+                m_words[i] |= std::uint64_t(std::uint8_t(tags[i][k])) << shift;
+                m_masks[i] |= std::uint64_t(0xff) << shift;
+            }
+        }
+    }
+
+    std::span<const QByteArrayView> tags() const { return m_tags; }
+
+    // When every tag has 8 bytes at most and the 8 bytes from p on hold no CR, those bytes
+    // decide: true, with match Whole and the length set, or None. False when they can't.
+    bool decide(const char* p, TagMatch& match, qsizetype& length) const {
+        if (!m_allShort)
+            return false;
+        std::uint64_t word;
+        std::memcpy(&word, p, 8);
+        constexpr std::uint64_t ones = 0x0101010101010101;
+        const std::uint64_t cr = word ^ (ones * '\r');
+        if (((cr - ones) & ~cr & (ones << 7)) != 0)
+            return false;
+        match = TagMatch::None;
+        for (std::size_t i = 0; i < m_tags.size(); ++i) {
+            if ((word & m_masks[i]) == m_words[i]) {
+                match = TagMatch::Whole;
+                length = m_tags[i].size();
+            }
+        }
+        return true;
+    }
+
+private:
+    std::span<const QByteArrayView> m_tags;
+    std::array<std::uint64_t, maxTags> m_words{};
+    std::array<std::uint64_t, maxTags> m_masks{};
+    bool m_allShort = true;
+};
+
 // How the bytes from the "<" at p on, within the block that ends at end, compare with the
-// tags (each begins with "<"; none is the beginning of another, none holds a CR or LF): Whole
-// when they spell one of them, whose length is set; Partial when they may still become one
-// but the block end or a CR (dropped, so the tag goes on after it) comes first; None when
-// they can't, a LF (read as a space) included.
-inline TagMatch matchTag(const char* p, const char* end, std::span<const QByteArrayView> tags,
-                         qsizetype& length) {
+// tags: Whole when they spell one of them, whose length is set; Partial when they may still
+// become one but the block end or a CR (dropped, so the tag goes on after it) comes first;
+// None when they can't, a LF (read as a space) included.
+inline TagMatch matchTag(const char* p, const char* end, const TagSet& set, qsizetype& length) {
+    TagMatch match = TagMatch::None;
+    if (end - p >= 8 && set.decide(p, match, length))
+        return match;
+    const std::span<const QByteArrayView> tags = set.tags();
     // Every tag has 4 bytes at least: most "<" are ruled out by their first 4 at once.
     if (end - p >= 4 && p[1] != '\r' && p[2] != '\r' && p[3] != '\r') {
         std::uint32_t head;
@@ -60,7 +117,6 @@ inline TagMatch matchTag(const char* p, const char* end, std::span<const QByteAr
         if (!possible)
             return TagMatch::None;
     }
-    TagMatch match = TagMatch::None;
     for (const QByteArrayView tag : tags) {
         qsizetype i = 1;
         while (i < tag.size() && p + i < end && p[i] == tag[i])
@@ -77,8 +133,8 @@ inline TagMatch matchTag(const char* p, const char* end, std::span<const QByteAr
 
 // The first "<" from p on, within the block that ends at end, whose bytes may spell one of
 // the tags, and how they compare (see matchTag); nullptr when the block holds none.
-inline const char* nextTag(const char* p, const char* end, std::span<const QByteArrayView> tags,
-                           TagMatch& match, qsizetype& length) {
+inline const char* nextTag(const char* p, const char* end, const TagSet& tags, TagMatch& match,
+                           qsizetype& length) {
     match = TagMatch::None;
     for (const char* lt = p; (lt = findTagStart(lt, end)); ++lt) {
         match = matchTag(lt, end, tags, length);

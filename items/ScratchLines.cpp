@@ -7,12 +7,63 @@
 #include <algorithm>
 #include <cstring>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 constexpr QByteArrayView lineEnd("\r\n");
 constexpr QByteArrayView trackStart("<trk>");
 constexpr QByteArrayView fileEnd("</gpx>");
 constexpr qsizetype scratchBlockSize = 1024 * 1024;
+
+// A needle looked for 16 positions at a time: a position is a candidate when its first, middle
+// and last bytes are the needle's, and only a candidate is compared whole. In track data hardly
+// anything but an occurrence of "<trk>", "</gpx>" or a track name is a candidate ("<ele>" has
+// the first and last byte of "<trk>", "</ele>" those of "</gpx>"), so the pass costs little
+// more than reading the bytes.
+class Probe {
+public:
+    explicit Probe(QByteArrayView needle)
+        : m_needle(needle)
+#ifdef __SSE2__
+        , m_first(_mm_set1_epi8(needle.isEmpty() ? 0 : needle.front()))
+        , m_middle(_mm_set1_epi8(needle.isEmpty() ? 0 : needle[needle.size() / 2]))
+        , m_last(_mm_set1_epi8(needle.isEmpty() ? 0 : needle.back()))
+#endif
+    {
+    }
+
+    qsizetype size() const {
+        return m_needle.size();
+    }
+    bool isAt(const char* p) const {
+        return std::memcmp(p, m_needle.data(), size_t(m_needle.size())) == 0;
+    }
+#ifdef __SSE2__
+    // Bit i is set when the needle may begin at p + i. Reads the 15 + size() bytes from p on;
+    // the needle must not be empty.
+    unsigned candidates(const char* p) const {
+        const auto matches = [p](qsizetype offset, __m128i byte) {
+            return _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + offset)),
+                                  byte);
+        };
+        const __m128i all =
+            _mm_and_si128(_mm_and_si128(matches(0, m_first), matches(size() / 2, m_middle)),
+                          matches(size() - 1, m_last));
+        return unsigned(_mm_movemask_epi8(all));
+    }
+#endif
+
+private:
+    QByteArrayView m_needle;
+#ifdef __SSE2__
+    __m128i m_first;
+    __m128i m_middle;
+    __m128i m_last;
+#endif
+};
 
 } // namespace
 
@@ -38,15 +89,11 @@ bool ScratchLines::current(QByteArrayView& line) {
     }
 }
 
-bool ScratchLines::seek(Needle* name, Needle& stop) {
+bool ScratchLines::seek(QByteArrayView stop, QByteArrayView name) {
     for (;;) {
         const qsizetype to = completeEnd();
         if (to > m_pos) {
-            const qsizetype atStop = find(stop, to);
-            const qsizetype limit = atStop < 0 ? to : lineEndAfter(atStop);
-            const qsizetype atName = name ? find(*name, limit) : -1;
-            const qsizetype hit = atName >= 0 ? atName : atStop;
-            if (hit >= 0) {
+            if (const qsizetype hit = find(stop, name, to); hit >= 0) {
                 m_pos = lineStart(hit);
                 return true;
             }
@@ -59,13 +106,11 @@ bool ScratchLines::seek(Needle* name, Needle& stop) {
 }
 
 ScratchLines::Copy ScratchLines::copyUntil(const std::function<bool(QByteArrayView)>& sink,
-                                           Needle& first, Needle& second) {
+                                           QByteArrayView first, QByteArrayView second) {
     for (;;) {
         const qsizetype to = completeEnd();
         if (to > m_pos) {
-            const qsizetype a = find(first, to);
-            const qsizetype b = find(second, to);
-            const qsizetype hit = a < 0 ? b : (b < 0 ? a : std::min(a, b));
+            const qsizetype hit = find(first, second, to);
             const qsizetype stop = hit < 0 ? to : lineStart(hit);
             const QByteArrayView lines = QByteArrayView(m_buffer).sliced(m_pos, stop - m_pos);
             if (!lines.isEmpty() && !sink(lines))
@@ -123,31 +168,54 @@ qsizetype ScratchLines::completeEnd() const {
     return ended() ? m_buffer.size() : std::max(m_pos, m_complete);
 }
 
-// The first occurrence of the needle's bytes from the cursor up to to (a line boundary)
-// that stands within one line, or -1.
-qsizetype ScratchLines::find(Needle& needle, qsizetype to) {
-    if (needle.m_found >= m_base + m_pos)
-        return needle.m_found < m_base + to ? needle.m_found - m_base : -1;
-    const qsizetype size = needle.m_bytes.size();
+// The first offset from the cursor up to to (a line boundary) where the bytes of a or of b
+// stand within one line, or -1; an empty needle is not looked for. Both are looked for in the
+// same pass, which ends at the first occurrence of either.
+qsizetype ScratchLines::find(QByteArrayView a, QByteArrayView b, qsizetype to) const {
     const char* const data = m_buffer.constData();
-    for (qsizetype at = std::max<qsizetype>(m_pos, needle.m_clear - m_base); at < to;) {
-        const auto* hit = static_cast<const char*>(
-            memmem(data + at, size_t(to - at), needle.m_bytes.data(), size_t(size)));
-        if (!hit)
-            break;
-        const qsizetype found = hit - data;
-        // An occurrence across a line end is in no line.
-        qsizetype k = std::max(m_pos, found - 1);
-        while (k < found + size && !isLineEndAt(k))
-            ++k;
-        if (k == found + size) {
-            needle.m_found = needle.m_clear = m_base + found;
-            return found;
+    const Probe probes[] = {Probe(a), Probe(b)};
+    const auto occursAt = [&](qsizetype at) {
+        for (const Probe& probe : probes) {
+            if (probe.size() > 0 && at + probe.size() <= to && probe.isAt(data + at) &&
+                withinLine(at, probe.size()))
+                return true;
         }
-        at = found + 1;
+        return false;
+    };
+    const qsizetype longest = std::max(a.size(), b.size());
+    if (longest == 0)
+        return -1;
+    qsizetype at = m_pos;
+#ifdef __SSE2__
+    // Whole steps of 16 positions while every probe's reads stay before to.
+    for (; at + 15 + longest <= to; at += 16) {
+        unsigned mask = 0;
+        for (const Probe& probe : probes) {
+            if (probe.size() > 0)
+                mask |= probe.candidates(data + at);
+        }
+        for (; mask != 0; mask &= mask - 1) {
+            const qsizetype candidate = at + __builtin_ctz(mask);
+            if (occursAt(candidate))
+                return candidate;
+        }
     }
-    needle.m_clear = std::max(needle.m_clear, m_base + to);
+#endif
+    for (; at < to; ++at) {
+        if (occursAt(at))
+            return at;
+    }
     return -1;
+}
+
+// Whether the size bytes at offset at hold no part of a line end: an occurrence across a line
+// end is in no line.
+bool ScratchLines::withinLine(qsizetype at, qsizetype size) const {
+    for (qsizetype k = std::max(m_pos, at - 1); k < at + size; ++k) {
+        if (isLineEndAt(k))
+            return false;
+    }
+    return true;
 }
 
 // Drops the lines before the cursor and reads the next block; returns how far the bytes
@@ -185,9 +253,11 @@ bool NameSearch::foundIn(QByteArrayView line) const {
     return m_possible && !line.isEmpty() && line.contains(m_bytes);
 }
 
-bool NameSearch::seek(ScratchLines& lines, Needle& stop) {
-    if (!m_possible || !m_bytes.isEmpty())
-        return lines.seek(m_possible ? &m_needle : nullptr, stop);
+bool NameSearch::seek(ScratchLines& lines, QByteArrayView stop) {
+    if (!m_possible)
+        return lines.seek(stop);
+    if (!m_bytes.isEmpty())
+        return lines.seek(stop, m_bytes);
     QByteArrayView line;
     for (; lines.current(line); lines.advance()) {
         if (!line.isEmpty())
@@ -198,23 +268,20 @@ bool NameSearch::seek(ScratchLines& lines, Needle& stop) {
 
 NameSearch::NameSearch(const QString& name)
     : m_bytes(CodePage::fromUnicode(name))
-    , m_possible(CodePage::toUnicode(m_bytes) == name)
-    , m_needle(m_bytes) {}
+    , m_possible(CodePage::toUnicode(m_bytes) == name) {}
 
 TrackLines readTrackLines(QIODevice& scratch, const QString& sourceName,
                           const std::function<bool(QByteArrayView)>& sink) {
     ScratchLines lines(scratch);
-    Needle fileEndNeedle(fileEnd);
-    Needle trackStartNeedle(trackStart);
     NameSearch name(sourceName);
     QByteArrayView line;
-    if (!name.seek(lines, fileEndNeedle) || !lines.current(line) || !name.foundIn(line))
+    if (!name.seek(lines, fileEnd) || !lines.current(line) || !name.foundIn(line))
         return lines.failed() ? TrackLines::ReadFailed : TrackLines::NotFound;
     QByteArray first = line.toByteArray();
     first.append(lineEnd);
     if (!sink(first) || !line.contains(trackStart))
         return TrackLines::Found;
     lines.advance();
-    lines.copyUntil(sink, trackStartNeedle, fileEndNeedle);
+    lines.copyUntil(sink, trackStart, fileEnd);
     return lines.failed() ? TrackLines::ReadFailed : TrackLines::Found;
 }

@@ -11,27 +11,12 @@ class QIODevice;
 // Reading the tracks load's scratch file, TEMP.TMP: the export copies the marked tracks from
 // it and the details pane reads one track from it, both finding a track the same way.
 
-// Bytes to look for in the scratch file, and what an earlier look found: the search moves
-// forward only, so each byte of the file is looked at once for each of them.
-class Needle {
-public:
-    explicit Needle(QByteArrayView bytes)
-        : m_bytes(bytes) {}
-
-    QByteArrayView bytes() const { return m_bytes; }
-
-private:
-    friend class ScratchLines;
-    QByteArrayView m_bytes;
-    qint64 m_found = -1; // the first occurrence at or after m_clear, as a file offset
-    qint64 m_clear = 0;  // no occurrence within a line starts before this file offset
-};
-
 // The lines of the scratch file, read forward in large blocks, with a cursor on one line.
 // Lines end at CR LF; the last line needs no line end. The track data never hold a CR or LF
 // of their own, the tracks load having turned them into spaces or dropped them, so a lone CR
-// or LF stays part of its line. Searches jump through whole blocks: only the line that holds
-// what is looked for is taken apart.
+// or LF stays part of its line. Searches jump through whole blocks, looking for both of their
+// needles in one pass: only the line that holds what is looked for is taken apart, and a
+// search stops at the first line that holds either, so each byte is looked at about once.
 class ScratchLines {
 public:
     explicit ScratchLines(QIODevice& device)
@@ -41,15 +26,16 @@ public:
     bool current(QByteArrayView& line);
     // Moves the cursor past the line that current() gave.
     void advance() { m_pos = m_next; }
-    // Moves the cursor to the first line from the cursor on that holds either needle's bytes
-    // (name may be null); false when no line does, the cursor then being at the end.
-    bool seek(Needle* name, Needle& stop);
+    // Moves the cursor to the first line from the cursor on that holds the stop bytes or, when
+    // it is not empty, the name; false when no line does, the cursor then being at the end.
+    bool seek(QByteArrayView stop, QByteArrayView name = {});
 
     enum class Copy { Stopped, AtEnd, SinkFailed };
     // Hands the lines from the cursor on, each with its line end, to sink in runs of whole
-    // lines, up to the first line that holds either needle's bytes, where the cursor stays
-    // (Stopped), or to the end. A last line without a line end of its own gets one.
-    Copy copyUntil(const std::function<bool(QByteArrayView)>& sink, Needle& first, Needle& second);
+    // lines, up to the first line that holds the bytes of first or second, where the cursor
+    // stays (Stopped), or to the end. A last line without a line end of its own gets one.
+    Copy copyUntil(const std::function<bool(QByteArrayView)>& sink, QByteArrayView first,
+                   QByteArrayView second);
 
     bool failed() const { return m_failed; }
 
@@ -62,7 +48,8 @@ private:
     qsizetype lineStart(qsizetype at) const;
     qsizetype lineEndAfter(qsizetype at) const;
     qsizetype completeEnd() const;
-    qsizetype find(Needle& needle, qsizetype to);
+    qsizetype find(QByteArrayView a, QByteArrayView b, qsizetype to) const;
+    bool withinLine(qsizetype at, qsizetype size) const;
     qsizetype refill();
 
     QIODevice& m_device;
@@ -84,12 +71,11 @@ public:
 
     bool foundIn(QByteArrayView line) const;
     // Moves the lines' cursor to the first line that holds the name or the stop bytes.
-    bool seek(ScratchLines& lines, Needle& stop);
+    bool seek(ScratchLines& lines, QByteArrayView stop);
 
 private:
     QByteArray m_bytes;
     bool m_possible;
-    Needle m_needle;
 };
 
 enum class TrackLines { Found, NotFound, ReadFailed };

@@ -56,6 +56,7 @@ public:
     QString writeError() const { return m_writeError; }
 
 private:
+    const char* copyPoint(const char* p, const char* end);
     void scanCharacter(char ch);
     void actOnTag();
     void listTrack();
@@ -66,7 +67,10 @@ private:
 
     QIODevice* m_scratch;
     qsizetype m_bufferSize;
+    // The bytes not yet written out are the first m_used; the rest is room for the point
+    // copy, which may write a little past the bytes it keeps.
     QByteArray m_buffer;
+    qsizetype m_used = 0;
     // See FavoritesScanner: the gathered text and the tag text while it can still become a
     // recognised tag.
     QByteArray m_gathered;
