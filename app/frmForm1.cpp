@@ -414,11 +414,9 @@ void frmForm1::Form_Load() {
             lblDevice->hide();
             mnuCreateNewUser_Click();
         }
-        refreshDevices();
         const QStringList devices = Workspace::deviceNames();
         if (devices.size() == 1)
             takeDevice(QDir(root).filePath(devices.first()));
-        refreshDevices();
         if (Workspace::deviceNames().size() > 1)
             mnuSwitchDevice_Click();
     }

@@ -386,6 +386,12 @@ private:
         if (w->File1->isVisible() && f.texts(*w->File1) != gpxFiles)
             return QStringLiteral("the file list is not the folder's: ") +
                    f.texts(*w->File1).join(',');
+        QStringList listed = w->Dir2->subFolders(), folders;
+        for (const QString& name : QDir(f.root()).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+            folders << f.root() + '/' + name;
+        listed.sort(), folders.sort();
+        if (w->Dir2->Path() != f.root() || listed != folders)
+            return QStringLiteral("the hidden device list is not the workspace's folders");
         f.messages.clear();
         messages.clear();
         if (w->Grid1->Rows() > 0 && w->Grid1->TextMatrix(0, 0) == QLatin1String("X"))
