@@ -397,8 +397,6 @@ void frmForm1::Form_Load() {
 
     Grid1->hide();
     Grid2->hide();
-
-    setStatus(QStringLiteral("Select drive, folder and file."), StatusColours::yellow());
     txtStatus->hide();
 
     mnuOpen->setEnabled(false);
@@ -410,10 +408,8 @@ void frmForm1::Form_Load() {
     // The device decision: three tests, each on a fresh count of the device folders.
     if (m_workspaceUsable) {
         refreshDevices();
-        if (Workspace::deviceNames().isEmpty()) {
-            lblDevice->hide();
+        if (Workspace::deviceNames().isEmpty())
             mnuCreateNewUser_Click();
-        }
         const QStringList devices = Workspace::deviceNames();
         if (devices.size() == 1)
             takeDevice(QDir(root).filePath(devices.first()));
