@@ -136,6 +136,8 @@ void DesktopTest::windowGrowsAndRemembers() {
                 QCOMPARE(w.findChild<QWidget*>(row[0])->geometry(), expected);
         }
     }
+    w.mnuOpen->trigger(); // the pane goes with the grid
+    QVERIFY(w.findChild<QWidget*>("itemDetails")->isHidden());
     // A source chosen outside the device folder is where the next run opens the lists.
     QDir().mkpath(f.home.path() + "/unit");
     f.chooseSource(f.home.path() + "/unit", "CURRENT.GPX", gpx(""));
