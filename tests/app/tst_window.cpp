@@ -113,6 +113,13 @@ void WindowTest::menusKeepTheirDesign() {
         QVERIFY2(opened, qPrintable(item));
         opened->close();
     }
+    // The two conversion items are one choice: a click checks its own and clears the other.
+    for (QAction* a : {w.mnuWithOutSymbolConversion, w.mnuWithOutSymbolConversion,
+                       w.mnuWithSymbolConversion, w.mnuWithSymbolConversion}) {
+        a->trigger();
+        QCOMPARE(w.mnuWithSymbolConversion->isChecked(), a == w.mnuWithSymbolConversion);
+        QCOMPARE(w.mnuWithOutSymbolConversion->isChecked(), a != w.mnuWithSymbolConversion);
+    }
 }
 
 void WindowTest::startUpLeavesTheDesignedState_data() {
