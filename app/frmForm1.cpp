@@ -366,7 +366,7 @@ void frmForm1::Form_Load() {
         m_workspaceUsable = false;
         Dialogs::MsgBox(nullptr, QStringLiteral("The workspace folder %1 can neither be found nor "
                                                 "created, so no device can be used.")
-                                     .arg(QDir::toNativeSeparators(root)));
+                                     .arg(Workspace::displayPath(root)));
     }
 
     CurrentFolder = root;

@@ -37,6 +37,7 @@ private slots:
     void deviceNamesAreCleanedOrRefused_data();
     void deviceNamesAreCleanedOrRefused();
     void deviceMadeAfterADeclinedStartIsTaken();
+    void startWithAFileForTheWorkspaceSaysSo();
     void deviceChoiceFollowsMouseAndKeyboard();
     void messageBoxBeforeTheWindowIsCentred();
 };
@@ -198,6 +199,15 @@ void WindowTest::deviceMadeAfterADeclinedStartIsTaken() {
     QCOMPARE(w.Dir1->Path(), f.device(QStringLiteral("Nuvi_1")));
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
     QCOMPARE(w.statusReports()->text(), "Working with the device Nuvi_1 in ~/GPX/Nuvi_1");
+}
+
+void WindowTest::startWithAFileForTheWorkspaceSaysSo() {
+    MainWindowFixture f;
+    f.writeFile(f.root(), "not a folder");
+    QCOMPARE(f.start().windowTitle(), QStringLiteral("Tarnwick"));
+    QCOMPARE(f.messages, QStringList{"The workspace folder ~/GPX can neither be found nor "
+                                     "created, so no device can be used."});
+    QVERIFY(f.prompts.isEmpty());
 }
 
 // Arrow keys, Ctrl+click and OK without a name are walked by the state model; here the mouse.
