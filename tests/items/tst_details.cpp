@@ -128,13 +128,16 @@ private slots:
         QVERIFY(pane->findChild<QLabel*>()->text().startsWith(QLocale().toString(2) + " points"));
         // The track runs east along the equator: one line across the drawing.
         const QImage drawing = pane->grab().toImage();
-        int red = 0, white = 0; // the line on a white ground
+        // The line on a white ground, from a green dot at its start to a black one at its end.
+        int red = 0, white = 0, green = 0, black = 0;
         for (int y = 0; y < drawing.height(); ++y)
             for (int x = 0; x < drawing.width(); ++x) {
-                red += drawing.pixelColor(x, y) == QColor(200, 30, 30);
-                white += drawing.pixelColor(x, y) == QColor(Qt::white);
+                const QColor c = drawing.pixelColor(x, y);
+                red += c == QColor(200, 30, 30), white += c == QColor(Qt::white);
+                green += c == QColor(0, 150, 0), black += c == QColor(Qt::black);
             }
-        QVERIFY2(red > drawing.width() / 2 && white > 100 * red, qPrintable(QString::number(red)));
+        QVERIFY2(red > drawing.width() / 2 && white > 100 * red && green > 10 && black > 10,
+                 qPrintable(QString("%1 %2 %3").arg(red).arg(green).arg(black)));
     }
 };
 

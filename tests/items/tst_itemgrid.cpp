@@ -83,6 +83,10 @@ private slots:
         const QRect cell = grid.visualRect(grid.gridModel()->index(3, 1));
         QTest::mouseClick(grid.viewport(), Qt::LeftButton, {}, cell.center());
         QVERIFY(click.count() == 1 && grid.Row() == 3 && grid.Col() == 1);
+        const QRect other = grid.visualRect(grid.gridModel()->index(2, 1));
+        QTest::mouseClick(grid.viewport(), Qt::LeftButton, Qt::ShiftModifier, other.center());
+        QCOMPARE(grid.selectionModel()->selectedIndexes().size(), 1); // one cell at a time
+        QTest::mouseClick(grid.viewport(), Qt::LeftButton, {}, cell.center());
         QTest::keyClick(&grid, Qt::Key_A);
         QTest::keyClick(&grid, Qt::Key_A, Qt::ControlModifier);
         QTest::keyClick(&grid, Qt::Key_Up);
