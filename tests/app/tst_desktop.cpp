@@ -59,7 +59,7 @@ void DesktopTest::commandsReportWhatTheyDid() {
         else if (step == "marknew")
             w.mnuMarkNewFavorites_Click();
         else if (step == "save")
-            w.mnuSaveFavorites->trigger();
+            w.mnuSaveFavorites_Click();
         else if (step == "export")
             w.mnuExport_Click();
         else if (step == "copy")
@@ -98,6 +98,8 @@ void DesktopTest::commandsReportWhatTheyDid() {
             seen = w.SourceFileName + " on /" + QFileInfo(w.Drive1->Drive()).fileName();
         else if (step == "said")
             seen = f.messages.value(f.messages.size() - 1);
+        else if (step == "title")
+            seen = w.windowTitle();
         else if (step == "windows") {
             QStringList shown;
             for (QWidget* window : QApplication::topLevelWidgets()) {

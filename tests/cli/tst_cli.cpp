@@ -2,11 +2,14 @@
 // as the window's commands for the same choice; a failing one writes nothing.
 
 #include "app/MainWindowFixture.h"
+#include "FileSizeLimit.h"
 #include "symbols/symtable.h"
 
 #include <QAction>
 #include <QProcess>
 #include <QRegularExpression>
+
+#include <optional>
 
 namespace {
 
@@ -63,12 +66,19 @@ private slots:
         if (arguments.first().startsWith("QT_QPA_PLATFORM=")) // a window that can start
             environment.insert("QT_QPA_PLATFORM", arguments.takeFirst().section(u'=', 1));
         cli.setProcessEnvironment(environment);
-        cli.start(TARNWICK_EXE, arguments);
+        {
+            std::optional<FileSizeLimit> full; // the command inherits a full disk
+            if (arguments.first() == "FULL" && !arguments.takeFirst().isEmpty())
+                QVERIFY(full.emplace(0).active());
+            cli.start(TARNWICK_EXE, arguments);
+            QVERIFY(cli.waitForStarted());
+        }
         QVERIFY(cli.waitForFinished(60000));
         const QString output = cli.readAllStandardOutput(), errors = cli.readAllStandardError();
         const QString said = row[5]
                                  .replace("{home}", cliHome.path())
                                  .replace("{exe}", TARNWICK_EXE)
+                                 .replace("{file}", sample)
                                  .replace("CORPUS", TARNWICK_CORPUS);
         QVERIFY2((output + errors).contains(said), qPrintable(output + errors));
         QCOMPARE(cli.exitCode(), row[4].toInt());
