@@ -96,7 +96,7 @@ void FlexGridModel::setTextMatrix(int row, int col, const QString& text) {
     cell = text;
     const QModelIndex changed = index(row, col);
     emit dataChanged(changed, changed, {Qt::DisplayRole, Qt::EditRole});
-    if (row == 0 && m_fixedRows > 0)
+    if (row == 0) // the heading, when row 0 is fixed
         emit headerDataChanged(Qt::Horizontal, col, col);
 }
 

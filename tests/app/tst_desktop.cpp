@@ -110,10 +110,12 @@ void DesktopTest::commandsReportWhatTheyDid() {
             seen = shown.join(' ').simplified() + '.';
         } else if (step == "link") {
             const QString href = QUrl::fromLocalFile(w.statusReports()->link()).toString();
-            seen =
-                w.findChild<QStatusBar*>("statusBar")->findChild<QLabel*>()->text().contains(href)
-                    ? QFileInfo(w.statusReports()->link()).fileName()
-                    : "no link";
+            seen = w.findChild<QStatusBar*>("statusBar")
+                           ->findChild<QLabel*>("statusReport")
+                           ->text()
+                           .contains(href)
+                       ? QFileInfo(w.statusReports()->link()).fileName()
+                       : "no link";
         }
         // A command that ended leaves no progress showing.
         QVERIFY(!w.statusBar()->findChild<QProgressBar*>()->isVisible());

@@ -165,11 +165,13 @@ private slots:
         frmForm1& w = f.startWithSource("<gpx><wpt><name>" + CodePage::fromUnicode(names) +
                                         "</name></wpt></gpx>");
         const QString trackHeadings = "  240|TRACK NAME 6240|BLANK 0| 0|";
-        w.mnuSelectTracks->trigger();
-        QCOMPARE(headings(*w.Grid1), trackHeadings);
-        w.mnuSelectFavorites->trigger();
-        QCOMPARE(headings(*w.Grid1), "  240|NAME 4440|FAVORITE'S XML CODE 0|SYMBOL 1560|" +
-                                         DecodeXmlEntities(names.section('<', 0, 0)));
+        const QString favoriteHeadings = "  240|NAME 4440|FAVORITE'S XML CODE 0|SYMBOL 1560|" +
+                                         DecodeXmlEntities(names.section('<', 0, 0));
+        for (QAction* load : {w.mnuSelectFavorites, w.mnuSelectTracks, w.mnuSelectFavorites}) {
+            load->trigger();
+            QCOMPARE(headings(*w.Grid1),
+                     load == w.mnuSelectTracks ? trackHeadings : favoriteHeadings);
+        }
         const QString output = f.device("Nuvi_1") + "/output";
         QDir().mkpath(output);
         f.writeFile(output + "/HOME.GPX", "old");
