@@ -4,7 +4,9 @@
 
 FlexGridModel::FlexGridModel(int cols, QObject* parent)
     : QAbstractTableModel(parent)
-    , m_columns(std::size_t(qMax(cols, 1))) {}
+    , m_columns(std::size_t(cols)) {
+    Q_ASSERT(cols > 0);
+}
 
 int FlexGridModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : m_rows;

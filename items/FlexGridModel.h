@@ -18,6 +18,7 @@
 class FlexGridModel : public QAbstractTableModel {
     Q_OBJECT
 public:
+    // A grid of cols columns (one at least) and no rows.
     explicit FlexGridModel(int cols, QObject* parent = nullptr);
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;

@@ -117,7 +117,7 @@ namespace {
 QList<QStorageInfo> userMounts() {
     QMap<QString, QStorageInfo> mounts;
     for (const QStorageInfo& storage : QStorageInfo::mountedVolumes()) {
-        if (storage.isValid() && isUserVolume(storage.rootPath(), storage.fileSystemType()))
+        if (isUserVolume(storage.rootPath(), storage.fileSystemType()))
             mounts.insert(storage.rootPath(), storage);
     }
     const QStorageInfo systemRoot = QStorageInfo::root();
