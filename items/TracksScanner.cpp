@@ -189,10 +189,9 @@ void TracksScanner::actOnTag() {
         m_tag.resize(0);
         clearGathered();
     } else if (m_tag == fileEnd) {
+        // Nothing after it is read: what was gathered before it stays out of the scratch file.
         m_stopped = true;
         writeLine(m_tag);
-        m_tag.resize(0);
-        clearGathered();
     }
 }
 
