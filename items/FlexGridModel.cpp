@@ -137,3 +137,18 @@ void FlexGridModel::appendRows(const QList<QStringList>& rows) {
     m_rows += int(rows.size());
     endInsertRows();
 }
+
+void FlexGridModel::appendColumns(std::vector<QList<QString>>&& columns) {
+    if (columns.empty() || columns.front().isEmpty())
+        return;
+    const qsizetype count = columns.front().size();
+    beginInsertRows({}, m_rows, m_rows + int(count) - 1);
+    for (std::size_t c = 0; c < m_columns.size(); ++c) {
+        if (c < columns.size())
+            m_columns[c].append(std::move(columns[c]));
+        else
+            m_columns[c].resize(m_rows + count);
+    }
+    m_rows += int(count);
+    endInsertRows();
+}
