@@ -25,7 +25,7 @@ QString DecodeXmlEntities(const QString& text) {
     if (firstAmp < 0)
         return text;
     // Written straight into the result, which never grows longer than the text. Nothing in
-    // front of the first '&' can take part in a reference.
+    // front of the first '&' can belong to a reference.
     QString out(text.size(), Qt::Uninitialized);
     char16_t* const to = reinterpret_cast<char16_t*>(out.data());
     const char16_t* const from = reinterpret_cast<const char16_t*>(text.constData());
