@@ -172,9 +172,7 @@ void frmForm1::mnuSelectFavorites_Click() {
     auto appendRows = [this, &scanner] {
         if (scanner.hasHeader())
             Grid1->setDisplayUtf8(showsUtf8(scanner.header()));
-        const QList<FavoriteItem> items = scanner.takeItems();
-        if (!items.isEmpty())
-            Grid1->gridModel()->appendRows(favoriteRows(items));
+        appendFavoriteRows(*Grid1->gridModel(), scanner.takeItems());
     };
     const bool readFailed = !readSource(
         load, source, [&scanner](QByteArrayView bytes) { return scanner.feed(bytes); }, appendRows);

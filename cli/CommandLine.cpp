@@ -143,7 +143,7 @@ int readItems(const QString& path, bool tracks, QIODevice& scratch, Items& items
         FavoritesScanner scanner;
         read = readInBlocks(
             source, [&](QByteArrayView bytes) { return scanner.feed(bytes); }, readOn);
-        items.grid.appendRows(favoriteRows(scanner.takeItems()));
+        appendFavoriteRows(items.grid, scanner.takeItems());
         items.header = scanner.header();
     }
     if (!read)

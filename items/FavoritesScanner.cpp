@@ -4,6 +4,7 @@
 #include "text/CodePage.h"
 #include "text/TextHelpers.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -15,16 +16,46 @@ constexpr QByteArrayView fileEnd = "</gpx>";
 constexpr QByteArrayView recognisedTags[] = {favoriteStart, trackStart, fileEnd};
 constexpr ScanText::TagSet recognised(recognisedTags);
 
-// Position of the first occurrence counted from 1, 0 when absent, as the name and symbol
-// rules count.
-qsizetype position(const QByteArray& text, QByteArrayView what) {
-    return text.indexOf(what) + 1;
+// Positions of the first "<name>", "</name>", "<sym>" and "</sym>" of a favorite's text,
+// counted from 1, 0 for a tag the text lacks, as the name and symbol rules count. Found in one
+// pass over the text's "<" that stops once all four are found: four separate searches of
+// every favorite took a quarter of a load of 20,000.
+struct TagPositions {
+    qsizetype nameOpen = 0;
+    qsizetype nameClose = 0;
+    qsizetype symOpen = 0;
+    qsizetype symClose = 0;
+};
+
+// Whether the tag stands at p, before end; a compare of known length, done inline.
+template <std::size_t N> bool tagAt(const char* p, const char* end, const char (&tag)[N]) {
+    return end - p >= qsizetype(N - 1) && std::memcmp(p, tag, N - 1) == 0;
 }
 
-// The characters of the text that begin at position start (from 1); fewer, or none, where
-// the text ends first.
-QByteArray middle(const QByteArray& text, qsizetype start, qsizetype length) {
-    return text.mid(start - 1, length);
+TagPositions findTags(QByteArrayView text) {
+    TagPositions at;
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
+    const auto take = [begin](qsizetype& position, const char* lt, bool found) {
+        if (position == 0 && found)
+            position = lt - begin + 1;
+    };
+    for (const char* lt = begin; (lt = ScanText::findTagStart(lt, end)); ++lt) {
+        take(at.nameOpen, lt, tagAt(lt, end, "<name>"));
+        take(at.nameClose, lt, tagAt(lt, end, "</name>"));
+        take(at.symOpen, lt, tagAt(lt, end, "<sym>"));
+        take(at.symClose, lt, tagAt(lt, end, "</sym>"));
+        if (at.nameOpen && at.nameClose && at.symOpen && at.symClose)
+            break;
+    }
+    return at;
+}
+
+// The bytes of the text that begin at position start (from 1), length of them; fewer, or
+// none, where the text ends first.
+QByteArrayView middle(QByteArrayView text, qsizetype start, qsizetype length) {
+    const qsizetype from = std::clamp<qsizetype>(start - 1, 0, text.size());
+    return text.sliced(from, std::clamp<qsizetype>(length, 0, text.size() - from));
 }
 
 } // namespace
@@ -112,19 +143,33 @@ void FavoritesScanner::terminate() {
 // name's start, the favorite is still listed, with an empty name.
 void FavoritesScanner::addFavorite(const QByteArray& text) {
     FavoriteItem item;
-    const qsizetype nameStart = position(text, "<name>") + 6;
-    const qsizetype nameLength = position(text, "</name>") - nameStart;
+    const TagPositions at = findTags(text);
+    const qsizetype nameStart = at.nameOpen + 6;
+    const qsizetype nameLength = at.nameClose - nameStart;
     if (nameLength >= 0)
         item.name = DecodeXmlEntities(CodePage::toUnicode(middle(text, nameStart, nameLength)));
     item.code = CodePage::toUnicode(text);
-    const qsizetype symbolStart = position(text, "<sym>") + 5;
-    const qsizetype symbolLength = position(text, "</sym>") - symbolStart;
+    const qsizetype symbolStart = at.symOpen + 5;
+    const qsizetype symbolLength = at.symClose - symbolStart;
     if (symbolLength < 1)
         item.symbol = QStringLiteral("--- NONE ---");
     else
-        item.symbol =
-            DecodeXmlEntities(CodePage::toUnicode(middle(text, symbolStart, symbolLength)));
+        item.symbol = symbol(middle(text, symbolStart, symbolLength));
     m_items.append(std::move(item));
+}
+
+// A unit knows a few dozen symbols, so thousands of favorites share a handful of symbol
+// texts: each is decoded once and its text shared by every favorite that has it, which spares
+// the load an allocation per favorite and the grid the memory.
+QString FavoritesScanner::symbol(QByteArrayView bytes) {
+    for (const auto& [known, text] : m_symbols) {
+        if (known == bytes)
+            return text;
+    }
+    QString text = DecodeXmlEntities(CodePage::toUnicode(bytes));
+    if (m_symbols.size() < maxSharedSymbols)
+        m_symbols.emplace_back(bytes.toByteArray(), text);
+    return text;
 }
 
 QList<FavoriteItem> FavoritesScanner::takeItems() {

@@ -5,6 +5,9 @@
 #include <QList>
 #include <QString>
 
+#include <utility>
+#include <vector>
+
 // One favorite as the item grid lists it: its decoded name, its whole GPX text (the hidden
 // code column) and its decoded symbol, or "--- NONE ---".
 struct FavoriteItem {
@@ -44,6 +47,7 @@ private:
     void startFavorite();
     void terminate();
     void addFavorite(const QByteArray& text);
+    QString symbol(QByteArrayView bytes);
 
     // The gathered text (everything before the current tag since it was last emptied) and
     // the tag text from the latest "<". Once the tag text cannot become a recognised tag any
@@ -52,6 +56,9 @@ private:
     QByteArray m_gathered;
     QByteArray m_tag;
     QList<FavoriteItem> m_items;
+    // The symbols met so far, their bytes and their text; at most maxSharedSymbols of them.
+    static constexpr std::size_t maxSharedSymbols = 64;
+    std::vector<std::pair<QByteArray, QString>> m_symbols;
     QString m_header;
     qint64 m_itemStarts = 0;
     bool m_hasHeader = false;

@@ -47,6 +47,10 @@ public:
     void AddItem(const QString& text);
     // Appends many complete rows in one step (each list holds at most Cols() texts).
     void appendRows(const QList<QStringList>& rows);
+    // Appends rows given column by column: columns[c] holds column c's cells of the new rows,
+    // every list as long as the first; a column not given gets empty cells. The cells are
+    // moved in, so a load of many items builds no list per row.
+    void appendColumns(std::vector<QList<QString>>&& columns);
 
 signals:
     void fixedRowsChanged(int fixedRows);

@@ -1,9 +1,13 @@
 #include "items/SourceLoad.h"
 
+#include "items/FlexGridModel.h"
 #include "workspace/Workspace.h"
 
 #include <QFile>
 #include <QFileInfo>
+
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -48,6 +52,22 @@ QList<QStringList> favoriteRows(const QList<FavoriteItem>& items) {
     for (const FavoriteItem& item : items)
         rows.append({QStringLiteral(" "), item.name, item.code, item.symbol});
     return rows;
+}
+
+void appendFavoriteRows(FlexGridModel& grid, QList<FavoriteItem>&& items) {
+    if (items.isEmpty())
+        return;
+    std::vector<QList<QString>> columns(4);
+    columns[0] = QList<QString>(items.size(), QStringLiteral(" "));
+    for (std::size_t c = 1; c < columns.size(); ++c)
+        columns[c].reserve(items.size());
+    for (FavoriteItem& item : items) {
+        columns[1].append(std::move(item.name));
+        columns[2].append(std::move(item.code));
+        columns[3].append(std::move(item.symbol));
+    }
+    items.clear();
+    grid.appendColumns(std::move(columns));
 }
 
 QList<QStringList> trackRows(const QList<TrackItem>& items) {

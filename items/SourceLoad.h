@@ -10,6 +10,7 @@
 
 #include <functional>
 
+class FlexGridModel;
 class QFile;
 class QIODevice;
 
@@ -32,6 +33,9 @@ bool readInBlocks(QIODevice& source, const std::function<bool(QByteArrayView)>& 
 // The item grid's rows (mark, name, code, symbol) of the items a scanner listed.
 QList<QStringList> favoriteRows(const QList<FavoriteItem>& items);
 QList<QStringList> trackRows(const QList<TrackItem>& items);
+
+// Appends the favorites' rows (mark, name, code, symbol) to the grid, their texts moved in.
+void appendFavoriteRows(FlexGridModel& grid, QList<FavoriteItem>&& items);
 
 // The track scratch file of a device, TEMP.TMP, whatever the letter case of its name.
 QString scratchPathIn(const QString& deviceFolder);

@@ -2,6 +2,10 @@
 
 #include <array>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 // Code points of the bytes 0x80 to 0x9F; the rest of the code page is Latin-1.
@@ -42,7 +46,26 @@ QString toUnicode(QByteArrayView bytes) {
     QString text(bytes.size(), Qt::Uninitialized);
     char16_t* out = reinterpret_cast<char16_t*>(text.data());
     const auto* in = reinterpret_cast<const uchar*>(bytes.data());
-    for (qsizetype i = 0; i < bytes.size(); ++i)
+    qsizetype i = 0;
+#ifdef __SSE2__
+    // Only the bytes 0x80 to 0x9F stand for other code points than their own: 16 bytes without
+    // one of them are widened as they are, in one step. A favorite's text is nearly all ASCII,
+    // and a load of 20,000 favorites converts about 12 MB.
+    const __m128i zero = _mm_setzero_si128();
+    // As signed bytes 0x80 to 0x9F are -128 to -97, the only values below 0xA0 (-96).
+    const __m128i firstLatin1 = _mm_set1_epi8(char(0xA0));
+    for (; bytes.size() - i >= 16; i += 16) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + i));
+        if (_mm_movemask_epi8(_mm_cmplt_epi8(chunk, firstLatin1)) != 0) {
+            for (qsizetype k = i; k < i + 16; ++k)
+                out[k] = byteToChar[in[k]];
+            continue;
+        }
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_unpacklo_epi8(chunk, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i + 8), _mm_unpackhi_epi8(chunk, zero));
+    }
+#endif
+    for (; i < bytes.size(); ++i)
         out[i] = byteToChar[in[i]];
     return text;
 }

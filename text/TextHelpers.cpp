@@ -1,5 +1,8 @@
 #include "text/TextHelpers.h"
 
+#include <algorithm>
+#include <string_view>
+
 QString CleanName(const QString& text) {
     QString result;
     result.reserve(text.size());
@@ -18,22 +21,31 @@ QString CleanName(const QString& text) {
 // to right that reduces the text written so far whenever it ends in a reference gives the
 // same result in linear time.
 QString DecodeXmlEntities(const QString& text) {
-    if (!text.contains(QLatin1Char('&')))
+    const qsizetype firstAmp = text.indexOf(QLatin1Char('&'));
+    if (firstAmp < 0)
         return text;
-    static const QString amp = QStringLiteral("&amp;");
-    static const QString apos = QStringLiteral("&apos;");
-    QString out;
-    out.reserve(text.size());
-    for (const QChar ch : text) {
-        out.append(ch);
-        if (ch != QLatin1Char(';'))
+    // Written straight into the result, which never grows longer than the text. Nothing in
+    // front of the first '&' can belong to a reference.
+    QString out(text.size(), Qt::Uninitialized);
+    char16_t* const to = reinterpret_cast<char16_t*>(out.data());
+    const char16_t* const from = reinterpret_cast<const char16_t*>(text.constData());
+    std::copy(from, from + firstAmp, to);
+    qsizetype n = firstAmp;
+    const auto endsWith = [to, &n](std::u16string_view reference) {
+        return n >= qsizetype(reference.size()) &&
+               std::u16string_view(to + n - reference.size(), reference.size()) == reference;
+    };
+    for (qsizetype i = firstAmp; i < text.size(); ++i) {
+        to[n++] = from[i];
+        if (from[i] != u';')
             continue;
-        if (out.endsWith(amp)) {
-            out.chop(amp.size() - 1);
-        } else if (out.endsWith(apos)) {
-            out.chop(apos.size());
-            out.append(QLatin1Char('\''));
+        if (endsWith(u"&amp;")) {
+            n -= 4;
+        } else if (endsWith(u"&apos;")) {
+            n -= 6;
+            to[n++] = u'\'';
         }
     }
+    out.truncate(n);
     return out;
 }
