@@ -46,14 +46,6 @@ bool readInBlocks(QIODevice& source, const std::function<bool(QByteArrayView)>& 
     }
 }
 
-QList<QStringList> favoriteRows(const QList<FavoriteItem>& items) {
-    QList<QStringList> rows;
-    rows.reserve(items.size());
-    for (const FavoriteItem& item : items)
-        rows.append({QStringLiteral(" "), item.name, item.code, item.symbol});
-    return rows;
-}
-
 void appendFavoriteRows(FlexGridModel& grid, QList<FavoriteItem>&& items) {
     if (items.isEmpty())
         return;

@@ -30,8 +30,7 @@ QString sourceOpenError(const QFile& source);
 bool readInBlocks(QIODevice& source, const std::function<bool(QByteArrayView)>& feed,
                   const std::function<bool()>& afterBlock);
 
-// The item grid's rows (mark, name, code, symbol) of the items a scanner listed.
-QList<QStringList> favoriteRows(const QList<FavoriteItem>& items);
+// The item grid's rows (mark, name, code, symbol) of the tracks a scanner listed.
 QList<QStringList> trackRows(const QList<TrackItem>& items);
 
 // Appends the favorites' rows (mark, name, code, symbol) to the grid, their texts moved in.

@@ -5,6 +5,7 @@
 
 #include "app/ItemDetailsPane.h"
 #include "items/FavoritesScanner.h"
+#include "items/FlexGridModel.h"
 #include "items/ItemDetails.h"
 #include "items/SourceLoad.h"
 #include "items/TracksScanner.h"
@@ -41,10 +42,13 @@ private slots:
                 },
                 [] { return true; }));
             QVERIFY(!tracks || trackScanner.finish());
-            const QList<QStringList> rows = tracks ? trackRows(trackScanner.takeItems())
-                                                   : favoriteRows(favoriteScanner.takeItems());
-            const QStringList& cells = rows.at(item.toInt() - 1);
-            name = cells[1], code = cells[2], symbol = cells[3];
+            FlexGridModel grid(4); // as the loads fill it: row 0 the heading
+            grid.AddItem(" ");
+            tracks ? grid.appendRows(trackRows(trackScanner.takeItems()))
+                   : appendFavoriteRows(grid, favoriteScanner.takeItems());
+            const int r = item.toInt();
+            name = grid.TextMatrix(r, 1), code = grid.TextMatrix(r, 2),
+            symbol = grid.TextMatrix(r, 3);
             if (tracks) // the names of these tracks stand in the file as the grid shows them
                 sourceName = name;
         }
