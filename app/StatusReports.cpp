@@ -16,6 +16,9 @@
 
 namespace {
 
+// The progress bar counts thousandths of the file.
+constexpr int progressSteps = 1000;
+
 QString number(qint64 n) {
     return QLocale().toString(n);
 }
@@ -39,7 +42,7 @@ StatusReports::StatusReports(QStatusBar* bar, const FlexGridModel* items)
     connect(m_report, &QLabel::linkActivated, this,
             [](const QString& link) { QDesktopServices::openUrl(QUrl(link)); });
     m_progress->setObjectName(QStringLiteral("loadProgress"));
-    m_progress->setRange(0, 1000);
+    m_progress->setRange(0, progressSteps);
     m_progress->setMaximumWidth(160);
     m_progress->hide();
     bar->addWidget(m_report, 1);
@@ -88,7 +91,7 @@ void StatusReports::loadStarted(const QString& path) {
 }
 
 void StatusReports::loadProgress(qint64 done, qint64 total) {
-    m_progress->setValue(total > 0 ? int(qMin(done, total) * 1000 / total) : 0);
+    m_progress->setValue(total > 0 ? int(qMin(done, total) * progressSteps / total) : 0);
 }
 
 void StatusReports::loaded(bool tracks) {

@@ -372,8 +372,7 @@ void frmForm1::Form_Load() {
     CurrentFolder = root;
     SourceFileName.clear();
     selectDriveOf(CurrentFolder);
-    Dir1->setPath(CurrentFolder);
-    File1->setPath(Dir1->Path());
+    Dir1->setPath(CurrentFolder); // the file list follows it
     Drive1->hide();
     Dir1->hide();
     File1->hide();

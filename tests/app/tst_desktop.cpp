@@ -100,7 +100,16 @@ void DesktopTest::commandsReportWhatTheyDid() {
             seen = f.messages.value(f.messages.size() - 1);
         else if (step == "title")
             seen = w.windowTitle();
-        else if (step == "windows") {
+        else if (step == "times") { // the status line ends with the times the load began and ended
+            const QStringList times = w.txtStatus->text().split(' ').mid(3);
+            const auto now = [](const QString& text) {
+                const QTime time = QTime::fromString(text, "HH:mm:ss");
+                return time.isValid() && qAbs(time.secsTo(QTime::currentTime())) < 60;
+            };
+            seen = times.size() == 2 && std::all_of(times.begin(), times.end(), now)
+                       ? "now"
+                       : w.txtStatus->text();
+        } else if (step == "windows") {
             QStringList shown;
             for (QWidget* window : QApplication::topLevelWidgets()) {
                 shown << (window->isVisible() ? window->objectName() : QString());
@@ -113,7 +122,7 @@ void DesktopTest::commandsReportWhatTheyDid() {
             seen = w.findChild<QStatusBar*>("statusBar")
                            ->findChild<QLabel*>("statusReport")
                            ->text()
-                           .contains(href)
+                           .endsWith(" &nbsp;<a href=\"" + href + "\">Open folder</a>")
                        ? QFileInfo(w.statusReports()->link()).fileName()
                        : "no link";
         }
