@@ -7,6 +7,8 @@
 //   tarnwick_bench --tracks-peak FILE           load and export the tracks of FILE, print peaks
 //   tarnwick_bench --favorites-loads N          Load Favorites of 20,000, N times in one
 //                                               window (for a profiler), print each time
+//   tarnwick_bench --tracks-exports N FILE      Load Tracks of FILE once and export all of
+//                                               them N times (for a profiler), print each time
 
 #include "GpxGenerator.h"
 
@@ -48,6 +50,13 @@ qint64 procStatus(const char* key) {
             return line.mid(qstrlen(key)).trimmed().split(' ').first().toLongLong();
     }
     return -1;
+}
+
+// The processor time of the calling thread, which other work on the machine hardly moves.
+double threadCpuMs() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
 }
 
 double median(std::vector<double> values) {
@@ -351,23 +360,42 @@ int favoritesLoadsMode(int loads) {
     s.window->mnuSelectFavorites_Click();
     if (!s.choose(second))
         return 1;
-    // The processor time of this thread too, which other work on the machine hardly moves.
-    const auto cpuMs = [] {
-        timespec now{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-        return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
-    };
     std::vector<double> times, cpu;
     for (int r = 0; r < loads; ++r) {
-        const double before = cpuMs();
+        const double before = threadCpuMs();
         times.push_back(s.time("Load Favorites", [&] { s.window->mnuSelectFavorites_Click(); }));
-        cpu.push_back(cpuMs() - before);
+        cpu.push_back(threadCpuMs() - before);
     }
     for (const double ms : times)
         std::printf("%.1f ", ms);
     std::printf("\nLoad Favorites (20,000), median of %d: %.1f ms (processor %.1f ms), %d "
                 "favorites\n",
                 loads, median(times), median(cpu), s.items());
+    return s.failed ? 1 : 0;
+}
+
+// Load Tracks of the file once, then the export of all its tracks again and again in the same
+// window, each export removed before the next, so that a profiler sees little else.
+int tracksExportsMode(int exports, const QString& path) {
+    Session s;
+    s.start();
+    if (!s.choose(path))
+        return 1;
+    s.window->mnuSelectTracks_Click();
+    s.window->mnuSelectAllItems_Click();
+    const QString output = s.device() + QStringLiteral("/output");
+    std::vector<double> times, cpu;
+    for (int r = 0; r < exports; ++r) {
+        const double before = threadCpuMs();
+        times.push_back(s.time("Export tracks", [&] { s.window->mnuExport_Click(); }));
+        cpu.push_back(threadCpuMs() - before);
+        QDir(output).removeRecursively();
+    }
+    for (const double ms : times)
+        std::printf("%.1f ", ms);
+    std::printf("\nExport of all tracks, median of %d: %.1f ms (processor, window's thread "
+                "%.1f ms), %d tracks\n",
+                exports, median(times), median(cpu), s.items());
     return s.failed ? 1 : 0;
 }
 
@@ -420,6 +448,9 @@ int main(int argc, char** argv) {
     if (const qsizetype at = args.indexOf(QStringLiteral("--favorites-loads"));
         at > 0 && at + 1 < args.size())
         return favoritesLoadsMode(std::max(args[at + 1].toInt(), 1));
+    if (const qsizetype at = args.indexOf(QStringLiteral("--tracks-exports"));
+        at > 0 && at + 2 < args.size())
+        return tracksExportsMode(std::max(args[at + 1].toInt(), 1), args[at + 2]);
 
     const bool quick = args.contains(QStringLiteral("--quick"));
     const int repeats = quick ? 1 : 5;

@@ -2,6 +2,7 @@
 
 #include "items/FlexGridModel.h"
 #include "items/ScratchLines.h"
+#include "text/BackgroundWriter.h"
 #include "text/CodePage.h"
 #include "text/WriteError.h"
 #include "workspace/Workspace.h"
@@ -242,14 +243,20 @@ ExportResult writeExport(const QString& outputFolder, const QString& base, const
     result.error = pending.open();
     if (!result.error.isEmpty())
         return result;
-    QFile& file = pending.file();
+    // The body is gathered here and written from a thread of its own: the search of the
+    // scratch file goes on while the page cache takes the blocks found before.
+    BackgroundWriter out(pending.file());
     QString reason;
-    if (!writeTextLine(file, header) || !writeBody(file, reason) ||
-        !writeTextLine(file, QStringLiteral("</gpx>"))) {
+    if (!writeTextLine(out, header) || !writeBody(out, reason) ||
+        !writeTextLine(out, QStringLiteral("</gpx>"))) {
         if (reason.isEmpty())
-            reason = writeErrorOf(file);
+            reason = out.finish();
+        if (reason.isEmpty())
+            reason = out.errorString();
     } else {
-        reason = pending.finish();
+        reason = out.finish();
+        if (reason.isEmpty())
+            reason = pending.finish();
     }
     if (!reason.isEmpty()) {
         result.error =
