@@ -244,6 +244,8 @@ bool benchmarkMarkNew(const QString& work, int repeats) {
     loaded.firstFavorite = 1001;
     const QString savedPath = work + QStringLiteral("/saved20k.gpx");
     const QString loadedPath = work + QStringLiteral("/loaded20k.gpx");
+    QFile::remove(savedPath);
+    QFile::remove(loadedPath);
     if (writeGpxFile(savedPath, saved) < 0 || writeGpxFile(loadedPath, loaded) < 0)
         return false;
     std::printf("\nFavorites history: 20,000 saved, 20,000 loaded, 1,000 of them new\n");

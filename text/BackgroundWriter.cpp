@@ -36,6 +36,12 @@ QString BackgroundWriter::finish() {
 }
 
 qint64 BackgroundWriter::writeData(const char* data, qint64 size) {
+    if (m_failed)
+        return -1;
+    // A block goes before it would have to grow, which would copy what it holds.
+    if (!m_gathered.isEmpty() && m_gathered.size() + size > m_gathered.capacity() &&
+        !handOver(std::exchange(m_gathered, {})))
+        return -1;
     if (m_gathered.capacity() == 0)
         m_gathered = takeSpare();
     m_gathered.append(data, size);
@@ -67,6 +73,7 @@ bool BackgroundWriter::handOver(QByteArray block) {
     m_changed.wait(lock, [this] { return m_blocks.size() < 2 || !m_error.isEmpty(); });
     if (!m_error.isEmpty()) {
         setErrorString(m_error);
+        m_failed = true;
         return false;
     }
     m_blocks.push_back(std::move(block));

@@ -15,8 +15,8 @@ class QFileDevice;
 // Writes to a file from a thread of its own, so that the work that makes the bytes goes on
 // while the page cache takes the last block. Small writes are gathered into blocks of about
 // 1 MB; at most two blocks wait for the thread. The first failure stops the writing: the
-// write that hands over the next block fails with its reason, and so does finish(). A write
-// that only gathers returns at once and shows an earlier failure no sooner than that.
+// write that hands over the next block fails with its reason, as does every write after it
+// and finish(). A write that only gathers returns at once, so a failure shows a block late.
 class BackgroundWriter : public QIODevice {
 public:
     explicit BackgroundWriter(QFileDevice& file);
@@ -37,6 +37,7 @@ private:
 
     QFileDevice& m_file;
     QByteArray m_gathered;
+    bool m_failed = false; // a write has failed; every later one fails too
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<QByteArray> m_blocks;

@@ -1,12 +1,19 @@
-// The code page every file passes through, the text helpers and the copyright notice.
+// The code page every file passes through, the text helpers, the copyright notice and the
+// writer thread that exports and the scratch file go through.
 
+#include "FileSizeLimit.h"
 #include "TestRows.h"
 
+#include "text/BackgroundWriter.h"
 #include "text/CodePage.h"
 #include "text/Copyright.h"
 #include "text/TextHelpers.h"
 
+#include <QTemporaryFile>
 #include <QTest>
+
+#include <cerrno>
+#include <cstring>
 
 class TextHelpersTest : public QObject {
     Q_OBJECT
@@ -38,6 +45,37 @@ private slots:
                                                       : DecodeXmlEntities(text);
             QVERIFY2(got == QString::fromUtf8(row[2]),
                      qPrintable(row.join(" | ") + " gives " + got));
+        }
+    }
+
+    // Writes of every size around the writer's 1 MB blocks reach the file whole and in order;
+    // on a full disk the first failure fails what follows, with the reason the system gave.
+    void backgroundWriterKeepsEveryByteInOrder() {
+        const qsizetype mb = 1024 * 1024;
+        QByteArray expected;
+        for (int k = 0; expected.size() < 7 * mb; ++k)
+            expected.append(QByteArray::number(k) + ' ');
+        const qsizetype sizes[] = {1, 2, mb - 3, 5, 300000, mb + 7, 2 * mb, mb - 1, 17};
+        for (const qint64 limit : {qint64(0), 3 * mb}) {
+            QTemporaryFile file;
+            QVERIFY(file.open());
+            const FileSizeLimit full(limit ? limit : RLIM_INFINITY);
+            BackgroundWriter out(file);
+            qsizetype at = 0;
+            bool failed = false;
+            for (int k = 0; at < expected.size(); ++k) {
+                const qsizetype size = std::min(sizes[k % 9], expected.size() - at);
+                const bool written = out.write(expected.constData() + at, size) == size;
+                QVERIFY(!failed || !written);
+                failed = !written;
+                at += size;
+            }
+            const QString reason = out.finish();
+            QCOMPARE(reason, limit ? QString::fromLocal8Bit(std::strerror(EFBIG)) : QString());
+            QVERIFY(!failed || out.errorString() == reason);
+            file.close();
+            QVERIFY(file.open());
+            QCOMPARE(file.readAll(), expected.left(limit ? limit : expected.size()));
         }
     }
 };
