@@ -1,6 +1,7 @@
 // Times the program's own commands through the main window, offscreen, on generated nüvi-style
 // files, next to GPSBabel converting the same file and `wc -l` reading it, so that the ratios
-// hold on a busy machine. See PERFORMANCE.md for the figures and bench/run for the command.
+// hold on a busy machine, and `dd` writing and syncing the tracks export's bytes. See
+// PERFORMANCE.md for the figures and bench/run for the command.
 //
 //   tarnwick_bench [--quick] [--keep DIR]       the whole benchmark
 //   tarnwick_bench --startup                    one start-up, printed as "startup_ms N"
