@@ -358,6 +358,24 @@ int tracksPeakMode(const QString& path) {
     return s.failed ? 1 : 0;
 }
 
+// Runs a command again and again in the session's window, then prints each time, their median
+// and the median processor time of the window's thread; after runs after each time.
+void repeatCommand(Session& s, int repeats, const char* what, const std::function<void()>& command,
+                   const std::function<void()>& after = {}) {
+    std::vector<double> times, cpu;
+    for (int r = 0; r < repeats; ++r) {
+        const double before = threadCpuMs();
+        times.push_back(s.time(what, command));
+        cpu.push_back(threadCpuMs() - before);
+        if (after)
+            after();
+    }
+    for (const double ms : times)
+        std::printf("%.1f ", ms);
+    std::printf("\n%s, median of %d: %.1f ms (processor, window's thread %.1f ms), %d items\n",
+                what, repeats, median(times), median(cpu), s.items());
+}
+
 // Load Favorites of 20,000 as the history benchmark runs it (the grid holding 20,000 others
 // before), repeated in one window so that a profiler sees little else.
 int favoritesLoadsMode(int loads) {
@@ -375,17 +393,8 @@ int favoritesLoadsMode(int loads) {
     s.window->mnuSelectFavorites_Click();
     if (!s.choose(second))
         return 1;
-    std::vector<double> times, cpu;
-    for (int r = 0; r < loads; ++r) {
-        const double before = threadCpuMs();
-        times.push_back(s.time("Load Favorites", [&] { s.window->mnuSelectFavorites_Click(); }));
-        cpu.push_back(threadCpuMs() - before);
-    }
-    for (const double ms : times)
-        std::printf("%.1f ", ms);
-    std::printf("\nLoad Favorites (20,000), median of %d: %.1f ms (processor %.1f ms), %d "
-                "favorites\n",
-                loads, median(times), median(cpu), s.items());
+    repeatCommand(s, loads, "Load Favorites (20,000)",
+                  [&] { s.window->mnuSelectFavorites_Click(); });
     return s.failed ? 1 : 0;
 }
 
@@ -399,18 +408,9 @@ int tracksExportsMode(int exports, const QString& path) {
     s.window->mnuSelectTracks_Click();
     s.window->mnuSelectAllItems_Click();
     const QString output = s.device() + QStringLiteral("/output");
-    std::vector<double> times, cpu;
-    for (int r = 0; r < exports; ++r) {
-        const double before = threadCpuMs();
-        times.push_back(s.time("Export tracks", [&] { s.window->mnuExport_Click(); }));
-        cpu.push_back(threadCpuMs() - before);
-        QDir(output).removeRecursively();
-    }
-    for (const double ms : times)
-        std::printf("%.1f ", ms);
-    std::printf("\nExport of all tracks, median of %d: %.1f ms (processor, window's thread "
-                "%.1f ms), %d tracks\n",
-                exports, median(times), median(cpu), s.items());
+    repeatCommand(
+        s, exports, "Export of all tracks", [&] { s.window->mnuExport_Click(); },
+        [&] { QDir(output).removeRecursively(); });
     return s.failed ? 1 : 0;
 }
 
