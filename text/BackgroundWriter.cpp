@@ -4,6 +4,7 @@
 
 #include <QFileDevice>
 
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -13,9 +14,13 @@ constexpr qsizetype blockSize = 1024 * 1024;
 } // namespace
 
 BackgroundWriter::BackgroundWriter(QFileDevice& file)
-    : m_file(file)
-    , m_thread([this] { writeBlocks(); }) {
+    : m_file(file) {
     QIODevice::open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+    // When the system refuses a thread, the blocks are written as they are handed over.
+    try {
+        m_thread = std::thread([this] { writeBlocks(); });
+    } catch (const std::system_error&) {
+    }
 }
 
 BackgroundWriter::~BackgroundWriter() {
@@ -66,20 +71,25 @@ QByteArray BackgroundWriter::takeSpare() {
     return block;
 }
 
-// Queues the block once fewer than two wait; false, with the reason as the error string,
-// when the writing has failed.
+// Queues the block once fewer than two wait, or writes it at once without a thread; false,
+// with the reason as the error string, when the writing has failed.
 bool BackgroundWriter::handOver(QByteArray block) {
+    if (!m_thread.joinable())
+        return writeBlock(std::move(block)) || stop(m_error);
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] { return m_blocks.size() < 2 || !m_error.isEmpty(); });
-    if (!m_error.isEmpty()) {
-        setErrorString(m_error);
-        m_failed = true;
-        return false;
-    }
+    if (!m_error.isEmpty())
+        return stop(m_error);
     m_blocks.push_back(std::move(block));
     lock.unlock();
     m_changed.notify_all();
     return true;
+}
+
+bool BackgroundWriter::stop(const QString& reason) {
+    setErrorString(reason);
+    m_failed = true;
+    return false;
 }
 
 void BackgroundWriter::writeBlocks() {
@@ -94,20 +104,28 @@ void BackgroundWriter::writeBlocks() {
             m_blocks.pop_front();
         }
         m_changed.notify_all();
-        for (QByteArrayView rest(block); !rest.isEmpty();) {
-            const qint64 written = m_file.write(rest.data(), rest.size());
-            if (written <= 0) {
-                const QString reason = writeErrorOf(m_file);
-                const std::lock_guard lock(m_mutex);
-                m_error = reason;
-                m_blocks.clear();
-                m_changed.notify_all();
-                return;
-            }
-            rest = rest.sliced(written);
-        }
-        block.resize(0);
-        const std::lock_guard lock(m_mutex);
-        m_spare.push_back(std::move(block));
+        if (!writeBlock(std::move(block)))
+            return;
     }
+}
+
+// Writes the block to the file and keeps it for the next one; false, with the reason in
+// m_error, when a write failed.
+bool BackgroundWriter::writeBlock(QByteArray block) {
+    for (QByteArrayView rest(block); !rest.isEmpty();) {
+        const qint64 written = m_file.write(rest.data(), rest.size());
+        if (written <= 0) {
+            const QString reason = writeErrorOf(m_file);
+            const std::lock_guard lock(m_mutex);
+            m_error = reason;
+            m_blocks.clear();
+            m_changed.notify_all();
+            return false;
+        }
+        rest = rest.sliced(written);
+    }
+    block.resize(0);
+    const std::lock_guard lock(m_mutex);
+    m_spare.push_back(std::move(block));
+    return true;
 }

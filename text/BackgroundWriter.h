@@ -33,7 +33,9 @@ protected:
 private:
     QByteArray takeSpare();
     bool handOver(QByteArray block);
+    bool stop(const QString& reason);
     void writeBlocks();
+    bool writeBlock(QByteArray block);
 
     QFileDevice& m_file;
     QByteArray m_gathered;
