@@ -111,6 +111,9 @@ private slots:
         MainWindowFixture f;
         frmForm1& w = f.startWithSource(
             "<gpx><wpt lat=\"1.5\" lon=\"2\"><name>Home</name><sym>Flag</sym></wpt>\r\n"
+            "<wpt lat=\"1\" lon=\"2\"><name>" +
+            QByteArray("a long name of many words ").repeated(8) +
+            "</name></wpt>\r\n"
             "<trk><name>Day</name><trkseg><trkpt lat=\"0\" lon=\"0\"></trkpt>"
             "<trkpt lat=\"0\" lon=\"0.001\"></trkpt></trkseg></trk></gpx>");
         w.mnuSelectFavorites_Click();
@@ -126,6 +129,11 @@ private slots:
                  qPrintable(pane->findChild<QLabel*>()->text()));
         const QString tip = qobject_cast<ItemDetailsPane*>(pane)->summaryOf(1);
         QVERIFY(tip.startsWith("Home (Flag): N 1° 30"));
+        // A line longer than the pane wraps within it.
+        f.clickGrid(2);
+        auto* text = pane->findChild<QLabel*>();
+        QVERIFY(text->text().contains("many words a long name"));
+        QVERIFY(text->minimumSizeHint().width() <= text->width());
         w.mnuSelectTracks_Click();
         QCOMPARE(pane->findChild<QLabel*>()->text(), QString());
         f.clickGrid(1);
