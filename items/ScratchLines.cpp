@@ -65,6 +65,26 @@ private:
 #endif
 };
 
+// The last LF in [begin, end), or null; what memrchr does, which only glibc has. Looks at 16
+// bytes at a time from the end, so a block of one long line costs about as much as reading it.
+const char* lastLineFeed(const char* begin, const char* end) {
+#ifdef __SSE2__
+    const __m128i lf = _mm_set1_epi8('\n');
+    while (end - begin >= 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(end - 16));
+        const unsigned hits = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, lf)));
+        if (hits)
+            return end - 16 + (31 - __builtin_clz(hits));
+        end -= 16;
+    }
+#endif
+    while (end > begin) {
+        if (*--end == '\n')
+            return end;
+    }
+    return nullptr;
+}
+
 } // namespace
 
 bool ScratchLines::current(QByteArrayView& line) {
@@ -237,7 +257,7 @@ qsizetype ScratchLines::refill() {
     // The last line end, in the new bytes or across their first one.
     const char* const data = m_buffer.constData();
     for (qsizetype at = m_buffer.size(); at > kept && at > 1;) {
-        const auto* lf = static_cast<const char*>(memrchr(data + kept, '\n', size_t(at - kept)));
+        const char* lf = lastLineFeed(data + kept, data + at);
         if (!lf)
             break;
         if (lf > data && lf[-1] == '\r') {
