@@ -71,6 +71,7 @@ class Session {
 public:
     Session() {
         qputenv("HOME", m_home.path().toLocal8Bit());
+        qputenv("TARNWICK_WORKSPACE", QFile::encodeName(m_home.path() + "/GPX"));
         QDir().mkpath(device());
         Dialogs::setMessageHandler([this](const QString& text) { messages.append(text); });
         Dialogs::setInputHandler(

@@ -62,7 +62,7 @@ const char* const statusHelp =
     "  0  done\n"
     "  1  a file could not be read or written (nothing is left half written)\n"
     "  2  wrong usage: unknown subcommand or option, missing or extra arguments\n"
-    "  3  no device folder of that name in ~/GPX\n"
+    "  3  no device folder of that name in %1\n"
     "  4  the GPX file is missing or not a regular file\n"
     "  5  nothing to export: a --name no item has, --new before any save-favorites, or no item\n"
     "     marked\n";
@@ -295,7 +295,8 @@ int runCommand(const Command& command, const QStringList& arguments) {
                                  QStringLiteral("The subcommand."));
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("A unit's GPX file."));
     if (command.device)
-        parser.addOption({QStringLiteral("device"), QStringLiteral("The device folder in ~/GPX."),
+        parser.addOption({QStringLiteral("device"),
+                          QStringLiteral("The device folder in %1.").arg(Workspace::displayRoot()),
                           QStringLiteral("NAME")});
     if (command.kind)
         parser.addOptions({{QStringLiteral("favorites"), QStringLiteral("The favorites.")},
@@ -394,7 +395,7 @@ int run(const QStringList& arguments) {
         out() << "tarnwick " << QCoreApplication::applicationVersion() << Qt::endl;
         return Done;
     }
-    out() << parser.helpText() << statusHelp;
+    out() << parser.helpText() << QString::fromLatin1(statusHelp).arg(Workspace::displayRoot());
     out().flush();
     return Done;
 }

@@ -3,11 +3,23 @@
 #include "workspace/NameOrder.h"
 
 #include <QDir>
-#include <QFileInfo>
 
 namespace Workspace {
 
+namespace {
+
+// Set, it names the workspace instead of the fixed root: a test's temporary folder, or a
+// workspace on another drive. Read at every call, so that a test can change it.
+QString chosenRoot() {
+    const QString chosen = qEnvironmentVariable("TARNWICK_WORKSPACE");
+    return chosen.isEmpty() ? QString() : QDir::cleanPath(QDir::fromNativeSeparators(chosen));
+}
+
+} // namespace
+
 QString rootPath() {
+    if (const QString chosen = chosenRoot(); !chosen.isEmpty())
+        return chosen;
 #ifdef Q_OS_WIN
     return QStringLiteral("C:/GPX");
 #else
@@ -16,6 +28,8 @@ QString rootPath() {
 }
 
 QString displayRoot() {
+    if (const QString chosen = chosenRoot(); !chosen.isEmpty())
+        return displayPath(chosen);
 #ifdef Q_OS_WIN
     return QStringLiteral("C:\\GPX");
 #else
@@ -48,10 +62,13 @@ QStringList deviceNames() {
 
 QString findEntry(const QString& folder, const QString& name) {
     const QDir dir(folder);
-    if (QFileInfo::exists(dir.filePath(name)))
-        return dir.filePath(name);
+    // The name as the folder holds it: a file system that ignores case (Windows, a unit's FAT)
+    // finds "Garmin" as "GARMIN" too, but the name shown and compared is the one on the disk.
+    // The exact name wins where a folder holds both.
     const QStringList entries =
         dir.entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
+    if (entries.contains(name))
+        return dir.filePath(name);
     for (const QString& entry : entries) {
         if (entry.compare(name, Qt::CaseInsensitive) == 0)
             return dir.filePath(entry);

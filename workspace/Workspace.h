@@ -6,7 +6,8 @@
 // The workspace: one folder per GPS unit (a device) under a fixed root, ~/GPX.
 namespace Workspace {
 
-// The root as a path: the home folder plus "/GPX" (C:\GPX on Windows).
+// The root as a path: the home folder plus "/GPX" (C:\GPX on Windows), or the folder that the
+// environment variable TARNWICK_WORKSPACE names.
 QString rootPath();
 
 // The root as the user knows it, for texts shown in the window: "~/GPX" (C:\GPX on Windows).
