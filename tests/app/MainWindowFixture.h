@@ -1,14 +1,16 @@
 #pragma once
 
-// A private workspace for main-window tests: HOME points at a temporary folder, and the
-// message and input boxes are answered by the test instead of a person.
+// A private workspace for main-window tests: HOME and the workspace point at a temporary
+// folder, and the message and input boxes are answered by the test instead of a person.
 
 #include "app/DirListBox.h"
 #include "app/DriveListBox.h"
 #include "app/FileListBox.h"
 #include "app/frmForm1.h"
+#include "app/WindowSettings.h"
 #include "dialogs/Dialogs.h"
 #include "items/FlexGrid.h"
+#include "TestHome.h"
 #include "TestRows.h"
 
 #include <QDir>
@@ -25,9 +27,11 @@
 class MainWindowFixture {
 public:
     MainWindowFixture() {
-        qputenv("HOME", home.path().toLocal8Bit());
-        // Remembered window settings go below the test's home, whatever XDG_CONFIG_HOME says.
+        useTestHome(home.path());
+        // Remembered window settings go to a place for tests, whatever XDG_CONFIG_HOME says;
+        // on Windows that place is one for every test, so each starts without settings.
         QStandardPaths::setTestModeEnabled(true);
+        QFile::remove(WindowSettings::filePath());
         Dialogs::setMessageHandler([this](const QString& text) { messages.append(text); });
         Dialogs::setInputHandler(
             [this](const QString& prompt, const QString& title, const QString& answer) {

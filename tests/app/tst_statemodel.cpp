@@ -219,7 +219,9 @@ private:
                     s.inner = inner;
                 });
             }
+            insideLoad = midway;
             load->trigger();
+            insideLoad = false;
             if (!innerError.isEmpty())
                 return QStringLiteral("while loading: ") + innerError;
             if (!midway || loading) {
@@ -339,9 +341,10 @@ private:
     }
 
     // No command writes or removes a file the user did not ask for; a load still reading
-    // keeps its scratch file under a temporary name.
+    // keeps its scratch file under a temporary name, which a stopped load removes when it
+    // returns (where the system has no unnamed files, as Windows has not).
     QString checkFiles(QStringList allowed) {
-        if (loading)
+        if (loading || insideLoad)
             allowed.append(QStringLiteral("*/TEMP.TMP*"));
         const QMap<QString, QByteArray> now = f.tree(f.root(), false);
         QSet<QString> changed;
@@ -420,6 +423,7 @@ private:
     QStringList messages;
     QMap<QString, QByteArray> snapshot;
     bool loading = false;
+    bool insideLoad = false;
     bool gridTracks = false;
 };
 

@@ -103,7 +103,7 @@ void WindowTest::menusKeepTheirDesign() {
     for (QStringList row : tableRows("app_menu.tsv")) {
         if (row.size() == 5)
             opens << row[1] + '\t' + row.takeLast();
-        expected << row.join('\t');
+        expected << asShown(row.join('\t'), f.home.path());
     }
     QCOMPARE(seen, expected);
     for (const QString& item : opens) {
@@ -198,15 +198,17 @@ void WindowTest::deviceMadeAfterADeclinedStartIsTaken() {
     QVERIFY(w.File1->isVisible());
     QCOMPARE(w.Dir1->Path(), f.device(QStringLiteral("Nuvi_1")));
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
-    QCOMPARE(w.statusReports()->text(), "Working with the device Nuvi_1 in ~/GPX/Nuvi_1");
+    QCOMPARE(w.statusReports()->text(),
+             asShown("Working with the device Nuvi_1 in ~/GPX/Nuvi_1", f.home.path()));
 }
 
 void WindowTest::startWithAFileForTheWorkspaceSaysSo() {
     MainWindowFixture f;
     f.writeFile(f.root(), "not a folder");
     QCOMPARE(f.start().windowTitle(), QStringLiteral("Tarnwick"));
-    QCOMPARE(f.messages, QStringList{"The workspace folder ~/GPX can neither be found nor "
-                                     "created, so no device can be used."});
+    QCOMPARE(f.messages, QStringList{asShown("The workspace folder ~/GPX can neither be found nor "
+                                             "created, so no device can be used.",
+                                             f.home.path())});
     QVERIFY(f.prompts.isEmpty());
 }
 

@@ -50,6 +50,10 @@ private slots:
             row[2].replace("CORPUS", TARNWICK_CORPUS).replace("FILE", sample).split(u'|');
         if (!QFileInfo::exists(sample))
             QSKIP("the GPX corpus is absent");
+#ifdef Q_OS_WIN
+        if (row[0] == "a file alone needs a display")
+            QSKIP("Windows always has a display: no window system can be missing there.");
+#endif
         QTemporaryDir cliHome;
         MainWindowFixture f;
         makeHome(cliHome.path(), row[1]);
@@ -60,6 +64,7 @@ private slots:
         QProcess cli;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("HOME", cliHome.path());
+        environment.insert("TARNWICK_WORKSPACE", cliHome.path() + "/GPX");
         environment.insert("QT_QPA_PLATFORM", "xcb");
         environment.remove("DISPLAY");
         environment.remove("WAYLAND_DISPLAY");
@@ -68,18 +73,33 @@ private slots:
         cli.setProcessEnvironment(environment);
         {
             std::optional<FileSizeLimit> full; // the command inherits a full disk
-            if (arguments.first() == "FULL" && !arguments.takeFirst().isEmpty())
+            if (arguments.first() == "FULL" && !arguments.takeFirst().isEmpty()) {
+                if (FileSizeLimit::unavailable)
+                    QSKIP(FileSizeLimit::unavailable);
                 QVERIFY(full.emplace(0).active());
+            }
             cli.start(TARNWICK_EXE, arguments);
             QVERIFY(cli.waitForStarted());
         }
         QVERIFY(cli.waitForFinished(60000));
-        const QString output = cli.readAllStandardOutput(), errors = cli.readAllStandardError();
-        const QString said = row[5]
-                                 .replace("{home}", cliHome.path())
-                                 .replace("{exe}", TARNWICK_EXE)
-                                 .replace("{file}", sample)
-                                 .replace("CORPUS", TARNWICK_CORPUS);
+        QString output = cli.readAllStandardOutput(), errors = cli.readAllStandardError();
+#ifdef Q_OS_WIN
+        // A console program's lines end with CR LF there.
+        output.replace("\r\n", "\n");
+        errors.replace("\r\n", "\n");
+#endif
+        QString said = asShown(row[5]
+                                   .replace("{exe}", QDir::toNativeSeparators(TARNWICK_EXE))
+                                   .replace("{file}", QDir::toNativeSeparators(sample))
+                                   .replace("CORPUS", QDir::toNativeSeparators(TARNWICK_CORPUS)),
+                               cliHome.path());
+#ifdef Q_OS_WIN
+        // The help option is also "-?" there, which widens the option column of the listing;
+        // the texts are compared with their columns closed up.
+        static const QRegularExpression columns(" {2,}");
+        output.replace("-?, -h, --help", "-h, --help").replace(columns, "  ");
+        said.replace(columns, "  ");
+#endif
         QVERIFY2((output + errors).contains(said), qPrintable(output + errors));
         QCOMPARE(cli.exitCode(), row[4].toInt());
         QCOMPARE(errors.isEmpty(), row[4] == "0");

@@ -141,16 +141,18 @@ private slots:
         QTemporaryDir dir;
         FlexGridModel grid(4);
         fillGrid(grid, {{"X", "A", "<wpt/>", "S"}});
-        ExportResult result = [&] {
-            FileSizeLimit full(3);
-            return exportFavorites(dir.path(), "A", "<gpx>", grid, nullptr);
-        }();
-        QCOMPARE(result.error, "The file " + dir.filePath("A.gpx") + " can't be written: " +
-                                   QString::fromLocal8Bit(std::strerror(EFBIG)));
-        result = exportTracks(dir.path(), "A", "<gpx>", grid, {}, dir.path());
+        if (!FileSizeLimit::unavailable) {
+            const ExportResult full = [&] {
+                FileSizeLimit limit(3);
+                return exportFavorites(dir.path(), "A", "<gpx>", grid, nullptr);
+            }();
+            QCOMPARE(full.error, "The file " + dir.filePath("A.gpx") + " can't be written: " +
+                                     QString::fromLocal8Bit(std::strerror(EFBIG)));
+        }
+        const ExportResult result = exportTracks(dir.path(), "A", "<gpx>", grid, {}, dir.path());
         QVERIFY(result.scratchUnreadable);
-        QCOMPARE(result.error,
-                 "The file " + dir.path() + " can't be read: it is not a regular file.");
+        QCOMPARE(result.error, "The file " + QDir::toNativeSeparators(dir.path()) +
+                                   " can't be read: it is not a regular file.");
         QVERIFY(result.path.isEmpty() &&
                 QDir(dir.path()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
     }

@@ -127,7 +127,8 @@ private slots:
         QVERIFY(!openSymbolTableEditor());
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(e.window.isNull() && QDir().mkpath(m_folder));
-        QCOMPARE(m_home->messages.join(u'|').section(u'\r', 0, 0), QString::fromUtf8(f.value(6)));
+        QCOMPARE(m_home->messages.join(u'|').section(u'\r', 0, 0),
+                 asShown(QString::fromUtf8(f.value(6)), m_home->home.path()));
         QCOMPARE(Editor(m_path).grid->TextMatrix(row, col), cell);
     }
 };

@@ -1,5 +1,6 @@
 // The workspace and its device folders, their order, the volumes and the dated copies.
 
+#include "TestHome.h"
 #include "TestRows.h"
 
 #include "workspace/DatedCopy.h"
@@ -30,24 +31,34 @@ class WorkspaceTest : public QObject {
     QTemporaryDir m_home;
 
 private slots:
-    void initTestCase() { qputenv("HOME", QFile::encodeName(m_home.path())); }
+    void initTestCase() { useTestHome(m_home.path()); }
 
     // Every folder of the root is a device except hidden ones, such as a sync tool's; every
     // pair of names in the rules compares as their order there says.
     void devicesAreTheFoldersOfTheRootInTheirOrder() {
         const QString root = m_home.path() + "/GPX";
         QCOMPARE(Workspace::rootPath(), root);
+#ifdef Q_OS_WIN // no "~" there, and one folder for names that differ only in case
+        const bool windows = true;
+        const QString shown = QDir::toNativeSeparators(root + "/Nuvi" + m_home.path());
+        const QStringList devices{"Garmin", "nuvi_2", "Nuvi_10"};
+#else
+        const bool windows = false;
+        const QString shown = "~/GPX/Nuvi~";
+        const QStringList devices{"Garmin", "garmin", "nuvi_2", "Nuvi_10"};
+#endif
         QCOMPARE(Workspace::displayPath(root + "/Nuvi") + Workspace::displayPath(m_home.path()),
-                 "~/GPX/Nuvi~");
+                 shown);
         Workspace::MakeFolder(root + "/no/parent");
         for (const char* name :
              {"", "", "/Nuvi_10", "/nuvi_2", "/.stfolder", "/.x", "/Garmin", "/garmin"})
             Workspace::MakeFolder(root + name);
         QVERIFY(QFile(root + "/notes.txt").open(QIODevice::WriteOnly));
         QVERIFY(!QFileInfo::exists(root + "/no"));
-        QCOMPARE(Workspace::deviceNames(), QStringList({"Garmin", "garmin", "nuvi_2", "Nuvi_10"}));
+        QCOMPARE(Workspace::deviceNames(), devices);
         for (const QByteArrayList& row : testRows("workspace_rules.tsv", "find"))
-            QCOMPARE(Workspace::findEntry(root, row[0]), root + '/' + row[1]);
+            QCOMPARE(Workspace::findEntry(root, row[0]),
+                     root + '/' + row[windows ? row.size() - 1 : 1]);
         QStringList order;
         for (const QByteArrayList& row : testRows("workspace_rules.tsv", "order"))
             order.append(QString::fromUtf8(row[0]));
@@ -65,12 +76,21 @@ private slots:
     void volumesOnOfferAndGarminUnits() {
         for (const QByteArrayList& row : testRows("workspace_rules.tsv", "volume"))
             QVERIFY2(isUserVolume(row[0], row[1]) == (row[2] == "yes"), qPrintable(row[0]));
+#ifdef Q_OS_WIN
+        const QList<Volume> volumes = {{"E:/", "", {}, {}}, { "C:/", "", {}, {} }};
+        const QByteArray of = "of drive";
+        const QString systemRoot = "C:/";
+#else
         const QList<Volume> volumes = {
             {"/media/anna/GARMIN", "", {}, {}}, {"/", "", {}, {}}, {"/home", "", {}, {}}};
-        for (const QByteArrayList& row : testRows("workspace_rules.tsv", "of"))
+        const QByteArray of = "of";
+        const QString systemRoot = "/";
+#endif
+        for (const QByteArrayList& row : testRows("workspace_rules.tsv", of))
             QCOMPARE(volumeOf(row[0], volumes).rootPath, QString(row[1]));
-        QVERIFY(volumeOf("/home", {}).rootPath.isEmpty());
-        QCOMPARE(mountedVolumes().first().rootPath + mountedRoots().first().rootPath, "//");
+        QVERIFY(volumeOf(volumes.first().rootPath, {}).rootPath.isEmpty());
+        QCOMPARE(mountedVolumes().first().rootPath, systemRoot);
+        QCOMPARE(mountedRoots().first().rootPath, systemRoot);
         for (const QByteArrayList& row : testRows("workspace_rules.tsv", "model"))
             QCOMPARE(garminModelFrom(row[0]), QString::fromUtf8(row[1]));
         // A unit writes its folder names in any case.
@@ -89,7 +109,8 @@ private slots:
 
     // A copy from Windows with its name in other letters counts as the same name; a copy of
     // different bytes takes the next free name of the minute, and the earlier copy stays. The
-    // copy gets the permissions any new file gets: rw-r----- under the umask 027.
+    // copy gets the permissions any new file gets: rw-r----- under the umask 027 (Windows has
+    // no umask).
     void copiesOfOneMinute() {
         QByteArray bytes;
         for (int b = 0; b < 256 * 1100; ++b) // more than one block of the copy
@@ -100,15 +121,22 @@ private slots:
             QByteArray earlier = row[0] == "empty" ? "" : bytes.chopped(row[0] == "one byte short");
             if (row[0] == "one byte off")
                 earlier[200000] = 'x';
+            // Made beside the folder and moved in: Wine, unlike Windows, can't rename a file
+            // to the same name in other letters.
+            QTemporaryDir beside;
             QVERIFY(row[0] == "none" ||
-                    QFile::rename(copy(earlier, dir.path()).path, dir.filePath(earlierName)));
+                    QFile::rename(copy(earlier, beside.path()).path, dir.filePath(earlierName)));
+#ifdef Q_OS_WIN
+            const DatedCopy::Result result = copy(bytes, dir.path());
+#else
             const mode_t oldMask = ::umask(027);
             const DatedCopy::Result result = copy(bytes, dir.path());
             ::umask(oldMask);
+            QVERIFY(result.existed || (QFile(result.path).permissions() & 0x7077) == 0x6040);
+#endif
             QCOMPARE(result.path, dir.filePath(row[1]));
             QVERIFY(result.error.isEmpty() && result.existed == (row[1] == earlierName));
             QCOMPARE(fileBytes(result.path), bytes);
-            QVERIFY(result.existed || (QFile(result.path).permissions() & 0x7077) == 0x6040);
             QCOMPARE(copy("other", dir.path()).path, dir.filePath(row[2]));
             QVERIFY(row[0] == "none" || fileBytes(dir.filePath(earlierName)) == earlier);
             QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(),
