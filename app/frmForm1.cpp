@@ -49,8 +49,11 @@ void place(QWidget* widget, int left, int top, int width, int height) {
                         height / twipsPerPixel);
 }
 
+// The design's MS Sans Serif is a bitmap font on Windows, blocky when the display is scaled;
+// Microsoft Sans Serif is its TrueType successor with the same metrics.
 QFont msSansSerif(qreal points, bool bold = false) {
-    QFont font(QStringLiteral("MS Sans Serif"));
+    QFont font;
+    font.setFamilies({QStringLiteral("Microsoft Sans Serif"), QStringLiteral("MS Sans Serif")});
     font.setStyleHint(QFont::SansSerif);
     font.setPointSizeF(points);
     font.setBold(bold);
