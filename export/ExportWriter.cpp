@@ -4,6 +4,7 @@
 #include "items/ScratchLines.h"
 #include "text/BackgroundWriter.h"
 #include "text/CodePage.h"
+#include "text/DiskFiles.h"
 #include "text/WriteError.h"
 #include "workspace/Workspace.h"
 
@@ -12,7 +13,6 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QIODevice>
-#include <QRandomGenerator>
 #include <QSet>
 
 #include <algorithm>
@@ -87,47 +87,6 @@ QString makeOutputFolder(const QString& folder) {
         .arg(shown, ec ? QString::fromStdString(ec.message()) : QStringLiteral("unknown error"));
 }
 
-enum class Move { Done, TargetExists, Failed };
-
-// Gives the finished file its name, refusing to replace anything that holds that name, even a
-// file that appeared after the name was found free: the test and the move are one step of the
-// file system. Linux does this with renameat2(RENAME_NOREPLACE); a file system that does not
-// know that flag gets a hard link under the new name, which fails just as surely on an
-// existing name, and the temporary name is then dropped.
-Move moveNoReplace(const QString& from, const QString& to, QString& reason) {
-#ifdef Q_OS_LINUX
-    const QByteArray source = QFile::encodeName(from);
-    const QByteArray target = QFile::encodeName(to);
-    int err = 0;
-    if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, target.constData(), RENAME_NOREPLACE) ==
-        0)
-        return Move::Done;
-    err = errno;
-    if (err == EINVAL || err == ENOSYS) {
-        if (::link(source.constData(), target.constData()) == 0) {
-            ::unlink(source.constData());
-            return Move::Done;
-        }
-        err = errno;
-    }
-    if (err == EEXIST)
-        return Move::TargetExists;
-    reason = QString::fromLocal8Bit(std::strerror(err));
-    return Move::Failed;
-#else
-    // QFile::rename refuses an existing target.
-    if (QFileInfo::exists(to))
-        return Move::TargetExists;
-    QFile file(from);
-    if (file.rename(to))
-        return Move::Done;
-    if (QFileInfo::exists(to))
-        return Move::TargetExists;
-    reason = file.errorString();
-    return Move::Failed;
-#endif
-}
-
 // The export's file, which is synced to the disk once complete. On Linux the disk is set to work
 // on every few megabytes as soon as they are written, so that the final fsync of a 50 MB export
 // waits for its last few megabytes rather than for all of them, which took half the export.
@@ -166,18 +125,9 @@ public:
     }
 
     QString open() {
-        for (int attempt = 0; attempt < 100; ++attempt) {
-            const QString name =
-                QStringLiteral(".tarnwick-export-%1.tmp")
-                    .arg(QRandomGenerator::global()->generate64(), 16, 16, QLatin1Char('0'));
-            m_file.setFileName(QDir(m_folder).filePath(name));
-            if (m_file.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
-                m_created = true;
-                return {};
-            }
-            if (!QFileInfo::exists(m_file.fileName()))
-                break;
-        }
+        m_created = DiskFiles::openUnique(m_file, m_folder, QStringLiteral(".tarnwick-export-"));
+        if (m_created)
+            return {};
         return QStringLiteral("No file can be made in the folder %1: %2")
             .arg(QDir::toNativeSeparators(m_folder), m_file.errorString());
     }
@@ -188,10 +138,8 @@ public:
     QString finish() {
         if (!m_file.flush())
             return writeErrorOf(m_file);
-#ifdef Q_OS_UNIX
-        if (::fsync(m_file.handle()) != 0)
-            return QString::fromLocal8Bit(std::strerror(errno));
-#endif
+        if (const QString reason = DiskFiles::syncToDisk(m_file); !reason.isEmpty())
+            return reason;
         m_file.close();
         if (m_file.error() != QFileDevice::NoError)
             return m_file.errorString();
@@ -206,14 +154,14 @@ public:
             const QString target =
                 folder.filePath(freeExportName(m_folder, base) + QStringLiteral(".gpx"));
             QString reason;
-            switch (moveNoReplace(m_file.fileName(), target, reason)) {
-            case Move::Done:
+            switch (DiskFiles::moveNoReplace(m_file.fileName(), target, reason)) {
+            case DiskFiles::Move::Done:
                 m_moved = true;
                 result.path = target;
                 return result;
-            case Move::TargetExists:
+            case DiskFiles::Move::TargetExists:
                 continue;
-            case Move::Failed:
+            case DiskFiles::Move::Failed:
                 result.error = fileError(target, reason);
                 return result;
             }

@@ -1,16 +1,13 @@
 #include "workspace/DatedCopy.h"
 
+#include "text/DiskFiles.h"
 #include "text/WriteError.h"
 #include "workspace/Workspace.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryFile>
-
-#ifdef Q_OS_UNIX
-#include <sys/stat.h>
-#endif
+#include <QScopeGuard>
 
 namespace {
 
@@ -48,11 +45,17 @@ QString copyName(const QDateTime& when, int n) {
 
 Result copyInto(QIODevice& source, const QString& folder, const QDateTime& when) {
     Result result;
-    QTemporaryFile copy(QDir(folder).filePath(QStringLiteral(".tarnwick-copy-XXXXXX")));
-    if (!copy.open()) {
+    QFile copy;
+    if (!DiskFiles::openUnique(copy, folder, QStringLiteral(".tarnwick-copy-"))) {
         result.error = copy.errorString();
         return result;
     }
+    bool moved = false;
+    const auto removeUnlessMoved = qScopeGuard([&] {
+        copy.close();
+        if (!moved)
+            copy.remove();
+    });
     QByteArray block;
     for (;;) {
         block.resize(blockSize);
@@ -72,13 +75,11 @@ Result copyInto(QIODevice& source, const QString& folder, const QDateTime& when)
         result.error = writeErrorOf(copy);
         return result;
     }
-#ifdef Q_OS_UNIX
-    // A temporary file is made for its owner alone; the copy is a file like every other the
-    // program writes, so it gets what the umask leaves of read and write for everyone.
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    ::fchmod(copy.handle(), 0666 & ~mask);
-#endif
+    // On the disk before it has its name; closed, so that Windows lets it be renamed.
+    result.error = DiskFiles::syncToDisk(copy);
+    copy.close();
+    if (!result.error.isEmpty())
+        return result;
 
     for (int n = 1;; ++n) {
         const QString name = n == 1 ? copyName(when) : copyName(when, n);
@@ -91,15 +92,18 @@ Result copyInto(QIODevice& source, const QString& folder, const QDateTime& when)
             }
             continue;
         }
-        // The rename refuses to replace a file that appeared meanwhile; the next name is
-        // tried then.
-        if (copy.rename(existing)) {
-            copy.setAutoRemove(false);
+        // The move refuses to replace a file that appeared meanwhile; the next name is tried
+        // then.
+        QString reason;
+        switch (DiskFiles::moveNoReplace(copy.fileName(), existing, reason)) {
+        case DiskFiles::Move::Done:
+            moved = true;
             result.path = existing;
             return result;
-        }
-        if (!QFileInfo::exists(existing)) {
-            result.error = copy.errorString();
+        case DiskFiles::Move::TargetExists:
+            continue;
+        case DiskFiles::Move::Failed:
+            result.error = reason;
             return result;
         }
     }

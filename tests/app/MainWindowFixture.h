@@ -32,7 +32,6 @@ public:
         // on Windows that place is one for every test, so each starts without settings.
         QStandardPaths::setTestModeEnabled(true);
         QFile::remove(WindowSettings::filePath());
-
         Dialogs::setMessageHandler([this](const QString& text) { messages.append(text); });
         Dialogs::setInputHandler(
             [this](const QString& prompt, const QString& title, const QString& answer) {

@@ -7,8 +7,11 @@
 #include "text/BackgroundWriter.h"
 #include "text/CodePage.h"
 #include "text/Copyright.h"
+#include "text/DiskFiles.h"
 #include "text/TextHelpers.h"
 
+#include <QFileInfo>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTest>
 
@@ -84,6 +87,30 @@ private slots:
             QVERIFY(file.open());
             QCOMPARE(file.readAll(), expected.left(limit ? limit : expected.size()));
         }
+    }
+
+    // A new file is synced, then named; its name never replaces another file, not even one
+    // that took the name after it was found free: that move is refused and both keep their
+    // bytes. A source that is gone says why.
+    void newFilesAreSyncedAndNeverReplaceAnother() {
+        QTemporaryDir dir;
+        const QString from = dir.filePath("new.tmp"), taken = dir.filePath("taken.gpx");
+        QFile file(from);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("new") == 3 && file.flush());
+        QCOMPARE(DiskFiles::syncToDisk(file), QString());
+        file.close();
+        QFile old(taken);
+        QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
+        old.close();
+        QString reason;
+        QCOMPARE(DiskFiles::moveNoReplace(from, taken, reason), DiskFiles::Move::TargetExists);
+        QVERIFY(fileBytes(taken) == "old" && fileBytes(from) == "new" && reason.isEmpty());
+        QCOMPARE(DiskFiles::moveNoReplace(from, dir.filePath("free.gpx"), reason),
+                 DiskFiles::Move::Done);
+        QVERIFY(!QFileInfo::exists(from) && fileBytes(dir.filePath("free.gpx")) == "new");
+        QCOMPARE(DiskFiles::moveNoReplace(from, dir.filePath("again.gpx"), reason),
+                 DiskFiles::Move::Failed);
+        QVERIFY(!reason.isEmpty() && !QFileInfo::exists(dir.filePath("again.gpx")));
     }
 };
 
