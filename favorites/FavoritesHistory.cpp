@@ -93,6 +93,9 @@ SavedNames readSavedNames(const QString& path) {
         if (got == 0)
             break;
         QByteArrayView data(block.constData(), got);
+        // A byte-order mark that Notepad may have written is not part of the first name.
+        if (file.pos() == got && data.startsWith("\xEF\xBB\xBF"))
+            data = data.sliced(3);
         for (qsizetype end = data.indexOf('\n'); end >= 0; end = data.indexOf('\n')) {
             if (pending.isEmpty()) {
                 appendName(saved.names, data.first(end));

@@ -105,6 +105,7 @@ void frmSymbolTableManagement::Form_Load() {
     // A device folder made by hand has no table yet: it gets the default one, as a new
     // device does.
     const symtable::ReadResult read = symtable::readOrCreate(m_path);
+    m_byteOrderMark = read.byteOrderMark;
     if (!read.error.isEmpty()) {
         // Saving would replace a file the editor never showed with an empty table.
         mnuSave->setEnabled(false);
@@ -164,7 +165,7 @@ void frmSymbolTableManagement::mnuSave_Click() {
     pairs.reserve(Grid1->Rows());
     for (int row = 1; row < Grid1->Rows(); ++row)
         pairs.append({Grid1->TextMatrix(row, 0), Grid1->TextMatrix(row, 1)});
-    const QString error = symtable::writeFile(m_path, pairs);
+    const QString error = symtable::writeFile(m_path, pairs, m_byteOrderMark);
     if (!error.isEmpty())
         Dialogs::MsgBox(this, fileProblem(m_path, QStringLiteral(" could not be saved."), error));
 }

@@ -41,6 +41,7 @@ private:
     bool hasTableRows() const;
 
     QString m_path;
+    bool m_byteOrderMark = false; // kept when the table is saved back
     QLineEdit* Text1;
     FlexGrid* Grid1;
     QMenu* mnuFile;

@@ -8,6 +8,12 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
+namespace {
+
+const QByteArray byteOrderMark("\xEF\xBB\xBF");
+
+} // namespace
+
 namespace symtable {
 
 QString SymbolTablePath;
@@ -166,7 +172,8 @@ ReadResult readFile(const QString& path) {
         result.error = file.errorString();
         return result;
     }
-    result.pairs = parse(bytes);
+    result.byteOrderMark = bytes.startsWith(byteOrderMark);
+    result.pairs = parse(QByteArrayView(bytes).sliced(result.byteOrderMark ? 3 : 0));
     return result;
 }
 
@@ -181,11 +188,11 @@ ReadResult readOrCreate(const QString& path) {
     return readFile(path);
 }
 
-QString writeFile(const QString& path, const QList<SymbolPair>& pairs) {
+QString writeFile(const QString& path, const QList<SymbolPair>& pairs, bool withMark) {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return file.errorString();
-    const QByteArray bytes = serialize(pairs);
+    const QByteArray bytes = (withMark ? byteOrderMark : QByteArray()) + serialize(pairs);
     // commit() does not notice when writing out the last buffered bytes fails (a full disk)
     // and would then replace the table with a cut one, so those bytes are flushed here.
     if (file.write(bytes) != bytes.size() || !file.flush()) {

@@ -43,20 +43,22 @@ QList<SymbolPair> parse(QByteArrayView bytes);
 
 struct ReadResult {
     QList<SymbolPair> pairs;
-    QString error;             // empty when the file was read
-    bool createFailed = false; // readOrCreate: the missing file could not be written
+    QString error;              // empty when the file was read
+    bool createFailed = false;  // readOrCreate: the missing file could not be written
+    bool byteOrderMark = false; // the file began with a UTF-8 byte-order mark (Notepad's)
 };
 
-// Reads and parses a table file. A missing file is an error like any other.
+// Reads and parses a table file. A missing file is an error like any other. A UTF-8
+// byte-order mark at its start, which Notepad may write, is not part of the first name.
 ReadResult readFile(const QString& path);
 
 // Reads a device's table as the program takes it into use: a missing file (a device folder
 // made by hand, or its table deleted) is first written with the table a new device starts with.
 ReadResult readOrCreate(const QString& path);
 
-// Replaces the file with the pairs, whole or not at all; returns the reason of a failure, or
-// an empty text.
-QString writeFile(const QString& path, const QList<SymbolPair>& pairs);
+// Replaces the file with the pairs, whole or not at all, after a byte-order mark when asked
+// (a file read with one keeps it); returns the reason of a failure, or an empty text.
+QString writeFile(const QString& path, const QList<SymbolPair>& pairs, bool byteOrderMark = false);
 
 // Writes the default table to the path, replacing any content. Returns the reason of a
 // failure, or an empty text.

@@ -61,7 +61,9 @@ private slots:
         const QByteArray saved = f[3] == "=" ? f[2] : f[3];
         MainWindowFixture::writeFile(path, f[2]);
         QCOMPARE(symtable::tablePathIn(m_folder), path);
-        const qsizetype pairs = symtable::readFile(path).pairs.size();
+        const symtable::ReadResult read = symtable::readFile(path);
+        const qsizetype pairs = read.pairs.size();
+        QVERIFY(!read.pairs.value(0).nuvi.startsWith(u"\u00EF\u00BB\u00BF")); // no mark in a name
         const Editor e(path);
         QVERIFY(e.grid->Rows() == pairs + 1 && e.text->isEnabled() == (pairs > 0));
         QTest::keyClick(e.window, Qt::Key_S, Qt::ControlModifier);
