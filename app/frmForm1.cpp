@@ -532,7 +532,12 @@ void frmForm1::choosePendingSource() {
     // clicked; a name the list does not show (not a GPX file) leaves the lists open there.
     selectDriveOf(file.absolutePath());
     Dir1->setPath(file.absolutePath());
-    const QList<QListWidgetItem*> found = File1->findItems(file.fileName(), Qt::MatchExactly);
+    File1->refresh(); // the folder may be the one shown, the file new in it
+    // The name as asked for, else as the folder holds it in other letters, where the file
+    // system ignores case ("current.gpx" for Current.gpx on a unit's drive under Windows).
+    QList<QListWidgetItem*> found = File1->findItems(file.fileName(), Qt::MatchExactly);
+    if (found.isEmpty())
+        found = File1->findItems(file.fileName(), Qt::MatchFixedString);
     if (found.isEmpty())
         return;
     File1->setCurrentItem(found.first());

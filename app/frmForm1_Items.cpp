@@ -329,7 +329,8 @@ void frmForm1::mnuExport_Click() {
     Workspace::MakeFolder(outputFolder);
     setStatus(QStringLiteral("EXPORTING"), StatusColours::yellow());
     DoEvents();
-    if (CurrentFolder.size() > 1 && CurrentFolder.endsWith(QLatin1Char('/')))
+    // A drive's root keeps its separator: "E:" alone is the current folder of drive E.
+    if (CurrentFolder.endsWith(QLatin1Char('/')) && !QDir(CurrentFolder).isRoot())
         CurrentFolder.chop(1);
     ExportName = CleanName(ExportName);
 

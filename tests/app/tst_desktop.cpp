@@ -89,12 +89,15 @@ void DesktopTest::commandsReportWhatTheyDid() {
             QApplication::sendEvent(&w, &enter);
             QApplication::sendEvent(&w, &drop);
             QVERIFY(enter.isAccepted());
+        } else if (step == "choose") { // as "Open with" does, in other letters than the disk's
+            f.writeFile(f.home.path() + arg.section('|', 0, 0), gpx(""));
+            w.chooseSourceFile(f.home.path() + arg.section('|', 1));
         }
         seen = w.statusReports()->text();
         if (step == "shown") {
             const QString cell = w.Grid1->TextMatrix(arg.toInt(), 1);
             seen = w.Grid1->displayed(cell) + '|' + cell;
-        } else if (step == "drop" || step == "source")
+        } else if (step == "drop" || step == "source" || step == "choose")
             seen = w.SourceFileName + " on /" + QFileInfo(w.Drive1->Drive()).fileName();
         else if (step == "said")
             seen = f.messages.value(f.messages.size() - 1);
