@@ -1,5 +1,7 @@
 #include "app/frmForm1.h"
 #include "cli/CommandLine.h"
+#include "cli/Console.h"
+#include "dialogs/Dialogs.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -44,8 +46,11 @@ int main(int argc, char* argv[]) {
     QApplication app(argc, argv);
     CommandLine::describeApplication();
     const CommandLine::WindowStart start = CommandLine::windowStart(QApplication::arguments());
-    if (start.exitStatus >= 0)
+    if (start.exitStatus >= 0) {
+        if (!Console::hasStandardError()) // started from Explorer or a shortcut
+            Dialogs::MsgBox(nullptr, QStringLiteral("Tarnwick can't start: ") + start.message);
         return start.exitStatus;
+    }
     QApplication::setDesktopFileName(QStringLiteral("tarnwick"));
     QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("tarnwick")));
 

@@ -1,5 +1,6 @@
 #include "cli/CommandLine.h"
 
+#include "cli/Console.h"
 #include "export/ExportWriter.h"
 #include "favorites/FavoritesHistory.h"
 #include "items/FlexGridModel.h"
@@ -105,9 +106,13 @@ int noDevice(const QString& name) {
                                                      : devices.join(QStringLiteral(", "))));
 }
 
+QString noSourceMessage(const QFile& source) {
+    return QStringLiteral("the file %1 can't be opened: %2")
+        .arg(native(source.fileName()), sourceOpenError(source));
+}
+
 int noSource(const QFile& source) {
-    return fail(NoSource, QStringLiteral("the file %1 can't be opened: %2")
-                              .arg(native(source.fileName()), sourceOpenError(source)));
+    return fail(NoSource, noSourceMessage(source));
 }
 
 // The items of a source as the window's loads put them into the item grid: row 0 stands for
@@ -384,6 +389,7 @@ void describeApplication() {
 }
 
 int run(const QStringList& arguments) {
+    Console::showUtf8();
     if (arguments.size() > 1)
         if (const Command* command = findCommand(arguments.at(1)))
             return runCommand(*command, arguments);
@@ -405,16 +411,17 @@ WindowStart windowStart(const QStringList& arguments) {
     describeProgram(parser);
     WindowStart start;
     if (!parser.parse(arguments) || parser.positionalArguments().size() > 1) {
-        start.exitStatus =
-            fail(Usage, parser.errorText().isEmpty() ? QStringLiteral("give at most one FILE")
-                                                     : parser.errorText());
+        start.message = parser.errorText().isEmpty() ? QStringLiteral("give at most one FILE")
+                                                     : parser.errorText();
+        start.exitStatus = fail(Usage, start.message);
         return start;
     }
     if (parser.positionalArguments().isEmpty())
         return start;
     QFile file(parser.positionalArguments().first());
     if (!QFileInfo(file.fileName()).isFile()) {
-        start.exitStatus = noSource(file);
+        start.message = noSourceMessage(file);
+        start.exitStatus = fail(NoSource, start.message);
         return start;
     }
     start.file = QFileInfo(file.fileName()).absoluteFilePath();

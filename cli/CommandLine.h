@@ -32,6 +32,7 @@ int run(const QStringList& arguments);
 struct WindowStart {
     QString file;
     int exitStatus = -1; // a status to end with at once (after a message), or -1 to start
+    QString message;     // what was wrong, as written to standard error
 };
 WindowStart windowStart(const QStringList& arguments);
 
