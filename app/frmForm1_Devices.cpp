@@ -11,6 +11,7 @@
 #include "items/FlexGrid.h"
 #include "symbols/symtable.h"
 #include "text/TextHelpers.h"
+#include "workspace/SafeFileName.h"
 #include "workspace/Workspace.h"
 
 #include <QDir>
@@ -136,13 +137,15 @@ void frmForm1::mnuCreateNewUser_Click() {
     if (answer.isEmpty())
         return;
     // Spaces around a name would make a second folder that looks like the first.
-    const QString name = CleanName(answer).trimmed();
-    if (!std::any_of(name.begin(), name.end(), [](QChar c) { return c.isLetterOrNumber(); })) {
+    const QString cleaned = CleanName(answer).trimmed();
+    if (!std::any_of(cleaned.begin(), cleaned.end(),
+                     [](QChar c) { return c.isLetterOrNumber(); })) {
         Dialogs::MsgBox(this, QStringLiteral("A device name needs letters or digits; \"%1\" has "
                                              "none, so no device was created.")
                                   .arg(answer));
         return;
     }
+    const QString name = safeFileName(cleaned);
 
     const QString root = Workspace::rootPath();
     for (const QString& device : Workspace::deviceNames()) {
@@ -154,6 +157,11 @@ void frmForm1::mnuCreateNewUser_Click() {
         }
     }
 
+    // The user learns the folder's name before it is made, not when looking for it later.
+    if (name != cleaned)
+        Dialogs::MsgBox(this, QStringLiteral("\"%1\" can't name a folder on every system, so the "
+                                             "device folder is named \"%2\".")
+                                  .arg(cleaned, name));
     const QString folder = QDir(root).filePath(name);
     std::error_code error;
     if (!std::filesystem::create_directory(std::filesystem::path(folder.toStdU16String()), error)) {

@@ -6,6 +6,7 @@
 #include "text/CodePage.h"
 #include "text/DiskFiles.h"
 #include "text/WriteError.h"
+#include "workspace/SafeFileName.h"
 #include "workspace/Workspace.h"
 
 #include <QDir>
@@ -166,7 +167,7 @@ public:
                 return result;
             }
         }
-        result.error = fileError(folder.filePath(base + QStringLiteral(".gpx")),
+        result.error = fileError(folder.filePath(safeFileName(base) + QStringLiteral(".gpx")),
                                  QStringLiteral("no free name was found."));
         return result;
     }
@@ -207,8 +208,8 @@ ExportResult writeExport(const QString& outputFolder, const QString& base, const
             reason = pending.finish();
     }
     if (!reason.isEmpty()) {
-        result.error =
-            fileError(QDir(outputFolder).filePath(base + QStringLiteral(".gpx")), reason);
+        result.error = fileError(
+            QDir(outputFolder).filePath(safeFileName(base) + QStringLiteral(".gpx")), reason);
         return result;
     }
     return pending.place(base);
@@ -244,9 +245,10 @@ QString freeExportName(const QString& outputFolder, const QString& base) {
         if (entry.endsWith(extension, Qt::CaseInsensitive))
             taken.insert(entry.toCaseFolded());
     }
-    QString name = base;
+    const QString safe = safeFileName(base);
+    QString name = safe;
     for (qint64 n = 1; taken.contains((name + extension).toCaseFolded()); ++n)
-        name = base + QLatin1Char(' ') + QString::number(n);
+        name = safe + QLatin1Char(' ') + QString::number(n);
     return name;
 }
 

@@ -22,8 +22,9 @@ struct TrackKey {
     QString sourceName;
 };
 
-// The first free base name in the folder: base, base + " 1", base + " 2", ... A name is free
-// only when no entry of the folder has name + ".gpx" without regard to case.
+// The first free base name in the folder: base, base + " 1", base + " 2", ..., with base made
+// safe on every system first (safeFileName: "CON" gives "CON_"). A name is free only when no
+// entry of the folder has name + ".gpx" without regard to case.
 QString freeExportName(const QString& outputFolder, const QString& base);
 
 // The folder a device's exports go to, "output", whatever the letter case of its name.
@@ -44,9 +45,10 @@ struct ExportResult {
 };
 
 // Writes the header line, the favorites body and "</gpx>" to a new file in outputFolder named
-// freeExportName(outputFolder, base) + ".gpx". base has been through CleanName already. The
-// folder is made when missing. The file is created so that it can never replace an existing
-// one, even one that appears meanwhile; a failure leaves no file behind.
+// freeExportName(outputFolder, base) + ".gpx", so that the window and the command line both
+// keep the file-name rule. base has been through CleanName already. The folder is made when
+// missing. The file is created so that it can never replace an existing one, even one that
+// appears meanwhile; a failure leaves no file behind.
 // conversion == nullptr: the favorites are written without symbol conversion.
 ExportResult exportFavorites(const QString& outputFolder, const QString& base,
                              const QString& header, const FlexGridModel& grid,
