@@ -6,8 +6,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QMap>
-#include <QStorageInfo>
 #include <QXmlStreamReader>
 
 #include <algorithm>
@@ -57,6 +55,25 @@ QString modelFromReader(QXmlStreamReader& xml) {
     return {};
 }
 
+// The names Explorer gives a drive with no label.
+QString kindName(DriveKind kind) {
+    switch (kind) {
+    case DriveKind::Removable:
+        return QStringLiteral("Removable Disk");
+    case DriveKind::Fixed:
+        return QStringLiteral("Local Disk");
+    case DriveKind::Network:
+        return QStringLiteral("Network Drive");
+    case DriveKind::CdRom:
+        return QStringLiteral("CD Drive");
+    case DriveKind::RamDisk:
+        return QStringLiteral("RAM Disk");
+    case DriveKind::Unknown:
+        break;
+    }
+    return QStringLiteral("Drive");
+}
+
 } // namespace
 
 bool isUserVolume(const QString& rootPath, const QByteArray& fileSystemType) {
@@ -94,7 +111,8 @@ bool isUserVolume(const QString& rootPath, const QByteArray& fileSystemType) {
 Volume volumeAt(const QString& rootPath, const QString& name) {
     Volume volume;
     volume.rootPath = rootPath;
-    volume.label = name.isEmpty() ? rootPath : name + QStringLiteral(" (") + rootPath + u')';
+    const QString shown = QDir::toNativeSeparators(rootPath);
+    volume.label = name.isEmpty() ? shown : name + QStringLiteral(" (") + shown + u')';
 
     const QString garmin = Workspace::findEntry(rootPath, QStringLiteral("Garmin"));
     if (!QFileInfo(garmin).isDir())
@@ -110,52 +128,14 @@ Volume volumeAt(const QString& rootPath, const QString& name) {
     return volume;
 }
 
-namespace {
-
-// The user volumes as the system reports them, the root file system first. A mount point
-// can be mounted over; the last mount is the one that shows.
-QList<QStorageInfo> userMounts() {
-    QMap<QString, QStorageInfo> mounts;
-    for (const QStorageInfo& storage : QStorageInfo::mountedVolumes()) {
-        if (isUserVolume(storage.rootPath(), storage.fileSystemType()))
-            mounts.insert(storage.rootPath(), storage);
+QString driveLabel(const QString& letter, const QString& volumeName, DriveKind kind, bool ready) {
+    // A drive that is not ready is not looked into: its letter is all there is to show.
+    if (!ready) {
+        return letter + (kind == DriveKind::Network ? QStringLiteral(" (not connected)")
+                                                    : QStringLiteral(" (no disk)"));
     }
-    const QStorageInfo systemRoot = QStorageInfo::root();
-    mounts.insert(systemRoot.rootPath(), systemRoot);
-
-    QList<QStorageInfo> result;
-    for (const QStorageInfo& storage : std::as_const(mounts)) {
-        // Containers bind single files (/etc/hosts) as mounts; only folders are volumes.
-        if (QFileInfo(storage.rootPath()).isDir())
-            result.append(storage);
-    }
-    std::stable_partition(result.begin(), result.end(), [&](const QStorageInfo& storage) {
-        return storage.rootPath() == systemRoot.rootPath();
-    });
-    return result;
-}
-
-} // namespace
-
-QList<Volume> mountedVolumes() {
-    QList<Volume> volumes;
-    for (const QStorageInfo& storage : userMounts()) {
-        QString name = storage.name();
-        if (name.isEmpty())
-            name = QString::fromLocal8Bit(storage.device());
-        // A volume that is not ready (an empty card reader) is listed without looking into
-        // it; the drive list says what is wrong when it is chosen.
-        volumes.append(storage.isReady() ? volumeAt(storage.rootPath(), name)
-                                         : Volume{storage.rootPath(), name, {}, {}});
-    }
-    return volumes;
-}
-
-QList<Volume> mountedRoots() {
-    QList<Volume> volumes;
-    for (const QStorageInfo& storage : userMounts())
-        volumes.append(Volume{storage.rootPath(), storage.rootPath(), {}, {}});
-    return volumes;
+    return (volumeName.isEmpty() ? kindName(kind) : volumeName) + QStringLiteral(" (") + letter +
+           u')';
 }
 
 Volume volumeOf(const QString& path, const QList<Volume>& volumes) {

@@ -156,7 +156,7 @@ void ListsTest::driveListFollowsVolumes() {
     QCOMPARE(drives.currentFolderOf(unit.path()), unit.path() + "/Other");
     // Unplugged: the list moves to the volume that now holds its path.
     QCOMPARE(drives.itemData(1, Qt::ToolTipRole),
-             "GARMIN (" + unit.path() + ")\n" +
+             "GARMIN (" + QDir::toNativeSeparators(unit.path()) + ")\n" +
                  QDir::toNativeSeparators(unit.path() + "/Garmin/GPX"));
     drives.setVolumes(
         {systemRoot, {unit.path() + "/gone", "GONE", {}, {}}, {stick.path(), "USB", "nuvi", {}}});

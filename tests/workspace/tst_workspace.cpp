@@ -89,8 +89,18 @@ private slots:
         for (const QByteArrayList& row : testRows("workspace_rules.tsv", of))
             QCOMPARE(volumeOf(row[0], volumes).rootPath, QString(row[1]));
         QVERIFY(volumeOf(volumes.first().rootPath, {}).rootPath.isEmpty());
-        QCOMPARE(mountedVolumes().first().rootPath, systemRoot);
+        const Volume first = mountedVolumes().first();
+        QCOMPARE(first.rootPath, systemRoot);
         QCOMPARE(mountedRoots().first().rootPath, systemRoot);
+#ifdef Q_OS_WIN // a drive shows as Explorer shows it, never as the volume's device path
+        QVERIFY2(first.label.contains("(C:)") && !first.label.contains("\\\\?\\"),
+                 qPrintable(first.label));
+#endif
+        const QByteArrayList kinds{"removable", "fixed", "network", "cd", "ram", "unknown"};
+        for (const QByteArrayList& row : testRows("workspace_rules.tsv", "drive label"))
+            QCOMPARE(driveLabel(row[0], QString::fromUtf8(row[1]), DriveKind(kinds.indexOf(row[2])),
+                                row[3] == "ready"),
+                     QString::fromUtf8(row[4]));
         for (const QByteArrayList& row : testRows("workspace_rules.tsv", "model"))
             QCOMPARE(garminModelFrom(row[0]), QString::fromUtf8(row[1]));
         // A unit writes its folder names in any case.
@@ -100,7 +110,8 @@ private slots:
         QFile device(garmin + "/garmindevice.XML"); // a unit's file is at most 4 MiB
         QVERIFY(QFile::copy(TARNWICK_TEST_DATA "/workspace_GarminDevice.xml", device.fileName()));
         const Volume volume = volumeAt(unit.path(), "GARMIN");
-        QCOMPARE(volume.label + volume.gpxFolder, "GARMIN (" + unit.path() + ")" + garmin + "/gpx");
+        QCOMPARE(volume.label + volume.gpxFolder,
+                 "GARMIN (" + QDir::toNativeSeparators(unit.path()) + ")" + garmin + "/gpx");
         QCOMPARE(volume.garminModel, QStringLiteral("nüvi 200W"));
         QVERIFY(device.resize((4 << 20) + 1) && volumeAt(unit.path(), "").garminModel.isEmpty());
         for (const QByteArrayList& row : testRows("workspace_rules.tsv", "unreadable"))

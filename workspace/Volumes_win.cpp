@@ -1,0 +1,83 @@
+// The volumes as Windows shows them: one per drive letter, named as Explorer names it.
+
+#include "workspace/Volumes.h"
+
+#include <QDir>
+
+#include <windows.h>
+
+#include <string>
+
+namespace {
+
+// Asking an empty card reader or CD drive about its disk must not bring up the system's
+// "There is no disk in the drive" box: the call fails instead, and the drive shows as empty.
+class NoDiskErrorBoxes {
+public:
+    NoDiskErrorBoxes()
+        : m_previous(SetErrorMode(SEM_FAILCRITICALERRORS)) {
+        SetErrorMode(m_previous | SEM_FAILCRITICALERRORS);
+    }
+    ~NoDiskErrorBoxes() { SetErrorMode(m_previous); }
+    NoDiskErrorBoxes(const NoDiskErrorBoxes&) = delete;
+    NoDiskErrorBoxes& operator=(const NoDiskErrorBoxes&) = delete;
+
+private:
+    UINT m_previous;
+};
+
+// The roots of the drive letters in use, "C:/" as Qt writes them, from A: to Z:.
+QStringList driveRoots() {
+    QStringList roots;
+    const DWORD letters = GetLogicalDrives();
+    for (int i = 0; i < 26; ++i) {
+        if (letters & (DWORD(1) << i))
+            roots.append(QChar(u'A' + i) + QStringLiteral(":/"));
+    }
+    return roots;
+}
+
+DriveKind kindOf(UINT driveType) {
+    switch (driveType) {
+    case DRIVE_REMOVABLE:
+        return DriveKind::Removable;
+    case DRIVE_FIXED:
+        return DriveKind::Fixed;
+    case DRIVE_REMOTE:
+        return DriveKind::Network;
+    case DRIVE_CDROM:
+        return DriveKind::CdRom;
+    case DRIVE_RAMDISK:
+        return DriveKind::RamDisk;
+    default:
+        return DriveKind::Unknown;
+    }
+}
+
+} // namespace
+
+QList<Volume> mountedVolumes() {
+    const NoDiskErrorBoxes noBoxes;
+    QList<Volume> volumes;
+    for (const QString& root : driveRoots()) {
+        const std::wstring nativeRoot = QDir::toNativeSeparators(root).toStdWString();
+        wchar_t name[MAX_PATH + 1] = {};
+        // Fails when there is no disk in the drive (or a network drive is not connected);
+        // such a drive is listed without looking into it, and the drive list says what is
+        // wrong when it is chosen.
+        const bool ready = GetVolumeInformationW(nativeRoot.c_str(), name, MAX_PATH + 1, nullptr,
+                                                 nullptr, nullptr, nullptr, 0) != 0;
+        Volume volume = ready ? volumeAt(root, {}) : Volume{root, {}, {}, {}};
+        volume.label = driveLabel(root.left(2), QString::fromWCharArray(name),
+                                  kindOf(GetDriveTypeW(nativeRoot.c_str())), ready);
+        volumes.append(volume);
+    }
+    return volumes;
+}
+
+QList<Volume> mountedRoots() {
+    QList<Volume> volumes;
+    for (const QString& root : driveRoots())
+        volumes.append(Volume{root, QDir::toNativeSeparators(root), {}, {}});
+    return volumes;
+}
