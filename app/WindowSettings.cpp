@@ -20,19 +20,29 @@ QString deviceKey(const QString& deviceFolder) {
 WindowSettings::WindowSettings(QMainWindow* window)
     : QObject(window)
     , m_window(window) {
-    QSettings settings(filePath(), QSettings::IniFormat);
-    m_window->restoreGeometry(settings.value(geometryKey).toByteArray());
-    settings.beginGroup(foldersGroup);
-    for (const QString& device : settings.childKeys())
-        m_folders.insert(device, settings.value(device).toString());
+    const std::unique_ptr<QSettings> settings = open();
+    m_window->restoreGeometry(settings->value(geometryKey).toByteArray());
+    settings->beginGroup(foldersGroup);
+    for (const QString& device : settings->childKeys())
+        m_folders.insert(device, settings->value(device).toString());
     window->installEventFilter(this);
 }
 
-QString WindowSettings::filePath() {
+std::unique_ptr<QSettings> WindowSettings::open() {
+#ifdef Q_OS_WIN
+    const QString application = QStandardPaths::isTestModeEnabled()
+                                    ? QStringLiteral("Tarnwick tests")
+                                    : QStringLiteral("Tarnwick");
+    return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
+                                       QStringLiteral("Tarnwick"), application);
+#else
     // Looked up each time rather than through QSettings' own paths, which are fixed at the
     // first use and would miss a changed HOME.
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-           QStringLiteral("/tarnwick/tarnwick.conf");
+    return std::make_unique<QSettings>(
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+            QStringLiteral("/tarnwick/tarnwick.conf"),
+        QSettings::IniFormat);
+#endif
 }
 
 QString WindowSettings::folderFor(const QString& deviceFolder) const {
@@ -41,14 +51,12 @@ QString WindowSettings::folderFor(const QString& deviceFolder) const {
 }
 
 void WindowSettings::rememberFolder(const QString& deviceFolder, const QString& folder) {
-    QSettings settings(filePath(), QSettings::IniFormat);
-    settings.setValue(foldersGroup + QLatin1Char('/') + deviceKey(deviceFolder), folder);
+    open()->setValue(foldersGroup + QLatin1Char('/') + deviceKey(deviceFolder), folder);
 }
 
 bool WindowSettings::eventFilter(QObject* watched, QEvent* event) {
     if (watched == m_window && event->type() == QEvent::Close) {
-        QSettings settings(filePath(), QSettings::IniFormat);
-        settings.setValue(geometryKey, m_window->saveGeometry());
+        open()->setValue(geometryKey, m_window->saveGeometry());
     }
     return QObject::eventFilter(watched, event);
 }

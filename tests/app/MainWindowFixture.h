@@ -18,6 +18,7 @@
 #include <QFile>
 #include <QListWidget>
 #include <QMenu>
+#include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -31,7 +32,7 @@ public:
         // Remembered window settings go to a place for tests, whatever XDG_CONFIG_HOME says;
         // on Windows that place is one for every test, so each starts without settings.
         QStandardPaths::setTestModeEnabled(true);
-        QFile::remove(WindowSettings::filePath());
+        WindowSettings::open()->clear();
         Dialogs::setMessageHandler([this](const QString& text) { messages.append(text); });
         Dialogs::setInputHandler(
             [this](const QString& prompt, const QString& title, const QString& answer) {
