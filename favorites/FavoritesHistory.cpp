@@ -2,6 +2,7 @@
 
 #include "items/FlexGridModel.h"
 #include "text/CodePage.h"
+#include "text/DiskFiles.h"
 #include "text/WriteError.h"
 
 #include <QDir>
@@ -66,7 +67,7 @@ QString saveFavorites(const QString& path, const FlexGridModel& grid) {
         return reason;
     }
     if (!file.commit())
-        return file.errorString();
+        return DiskFiles::whyNotReplaced(path, file.errorString());
     return {};
 }
 

@@ -1,14 +1,13 @@
 #include "items/ScratchFile.h"
 
 #include "text/BackgroundWriter.h"
+#include "text/DiskFiles.h"
 
 #include <QFileInfo>
 #include <QRandomGenerator>
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <system_error>
 
 #ifdef Q_OS_LINUX
 #include <fcntl.h>
@@ -77,11 +76,9 @@ QString ScratchFile::place() {
     m_file.close();
     if (m_file.error() != QFileDevice::NoError)
         return m_file.errorString();
-    std::error_code ec;
-    std::filesystem::rename(std::filesystem::path(m_tempName.toStdU16String()),
-                            std::filesystem::path(m_path.toStdU16String()), ec);
-    if (ec)
-        return QString::fromStdString(ec.message());
+    QString reason;
+    if (!DiskFiles::replace(m_tempName, m_path, reason))
+        return reason;
     m_placed = true;
     return {};
 }

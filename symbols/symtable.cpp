@@ -1,6 +1,7 @@
 #include "symbols/symtable.h"
 
 #include "text/CodePage.h"
+#include "text/DiskFiles.h"
 #include "text/WriteError.h"
 
 #include <QDir>
@@ -201,7 +202,7 @@ QString writeFile(const QString& path, const QList<SymbolPair>& pairs, bool with
         return reason;
     }
     if (!file.commit())
-        return file.errorString();
+        return DiskFiles::whyNotReplaced(path, file.errorString());
     return {};
 }
 

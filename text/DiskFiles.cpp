@@ -7,6 +7,10 @@
 
 namespace DiskFiles {
 
+QString heldByAnotherProgram() {
+    return QStringLiteral("Another program is using the file; close it and try again.");
+}
+
 bool openUnique(QFile& file, const QString& folder, const QString& prefix) {
     for (int attempt = 0; attempt < 100; ++attempt) {
         const QString name =

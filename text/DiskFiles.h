@@ -23,6 +23,19 @@ enum class Move { Done, TargetExists, Failed };
 // the file system. On Failed, reason says why.
 Move moveNoReplace(const QString& from, const QString& to, QString& reason);
 
+// Gives the file at from the name to, replacing the file of that name. Windows refuses while
+// another program has that file open (a virus scanner that just opened it, a command-line
+// export reading it); the move is tried again for a moment, and then reason says that another
+// program is using the file.
+bool replace(const QString& from, const QString& to, QString& reason);
+
+// What is said when another program holds a file open so that it can't be replaced.
+QString heldByAnotherProgram();
+
+// Why the file at path could not be replaced, the system having given reason: that another
+// program is using it, where that is so (Windows says only "access denied"); else reason.
+QString whyNotReplaced(const QString& path, const QString& reason);
+
 // Waits until what was written to the open file is on the disk; the reason when it can't be.
 QString syncToDisk(QFileDevice& file);
 

@@ -37,6 +37,18 @@ Move moveNoReplace(const QString& from, const QString& to, QString& reason) {
     return Move::Failed;
 }
 
+// A Unix rename replaces a file whoever has it open.
+bool replace(const QString& from, const QString& to, QString& reason) {
+    if (::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0)
+        return true;
+    reason = QString::fromLocal8Bit(std::strerror(errno));
+    return false;
+}
+
+QString whyNotReplaced(const QString&, const QString& reason) {
+    return reason;
+}
+
 QString syncToDisk(QFileDevice& file) {
     if (::fsync(file.handle()) != 0)
         return QString::fromLocal8Bit(std::strerror(errno));

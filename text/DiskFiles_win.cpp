@@ -40,6 +40,41 @@ Move moveNoReplace(const QString& from, const QString& to, QString& reason) {
     return Move::Failed;
 }
 
+bool replace(const QString& from, const QString& to, QString& reason) {
+    // Ten tries over a second: a scanner that opened the new or the old file lets go by then.
+    for (int attempt = 0;; ++attempt) {
+        if (MoveFileExW(nativePath(from).c_str(), nativePath(to).c_str(),
+                        MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+            return true;
+        const DWORD error = GetLastError();
+        const bool held = error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
+                          error == ERROR_ACCESS_DENIED;
+        if (!held || attempt == 9) {
+            // Access is denied, too, when the file is open without leave to delete it; a
+            // file that is read-only or a folder that can't be written say so themselves.
+            const DWORD attributes = GetFileAttributesW(nativePath(to).c_str());
+            const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES &&
+                                  (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+            reason = held && !readOnly ? heldByAnotherProgram() : systemReason(error);
+            return false;
+        }
+        Sleep(100);
+    }
+}
+
+// Asking to delete the file fails with a sharing violation while another program has it open
+// without leave to delete it, which is what stops a replacement.
+QString whyNotReplaced(const QString& path, const QString& reason) {
+    const HANDLE probe = CreateFileW(nativePath(path).c_str(), DELETE,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                     nullptr, OPEN_EXISTING, 0, nullptr);
+    if (probe != INVALID_HANDLE_VALUE) {
+        CloseHandle(probe);
+        return reason;
+    }
+    return GetLastError() == ERROR_SHARING_VIOLATION ? heldByAnotherProgram() : reason;
+}
+
 QString syncToDisk(QFileDevice& file) {
     const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(file.handle()));
     if (handle == INVALID_HANDLE_VALUE || !FlushFileBuffers(handle))

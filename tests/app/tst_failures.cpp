@@ -4,6 +4,7 @@
 // changed.
 
 #include "FileSizeLimit.h"
+#include "HeldFile.h"
 #include "MainWindowFixture.h"
 
 #include "app/StatusReports.h"
@@ -52,6 +53,8 @@ void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles() {
         QSKIP("This system has no /proc/self/mem to fail a read.");
     if ((fault == "full disk" || fault == "short write") && FileSizeLimit::unavailable)
         QSKIP(FileSizeLimit::unavailable);
+    if (fault == "held" && HeldFile::unavailable)
+        QSKIP(HeldFile::unavailable);
 #ifdef Q_OS_WIN
     if (fault == "fifo")
         QSKIP("Windows has no FIFOs.");
@@ -78,7 +81,7 @@ void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles() {
     const QString path = target == QLatin1String("table")
                              ? symtable::SymbolTablePath
                              : f.home.path() + QLatin1Char('/') + target;
-    if (fault != "full disk" && fault != "short write")
+    if (fault != "full disk" && fault != "short write" && fault != "held")
         QFile::remove(path);
     if (fault == "folder")
         QVERIFY(QDir().mkpath(path));
@@ -95,6 +98,9 @@ void FailuresTest::failuresSayWhatAndWhyAndKeepEarlierFiles() {
     const QMap<QString, QByteArray> before = f.tree(f.home.path());
 
     {
+        std::optional<HeldFile> held;
+        if (fault == "held")
+            QVERIFY(held.emplace(path).active());
         std::optional<FileSizeLimit> full;
         if (fault == "full disk" || fault == "short write") {
             full.emplace(fault == "short write" ? 20 : 0);
