@@ -38,6 +38,7 @@ private slots:
     void deviceNamesAreCleanedOrRefused();
     void deviceMadeAfterADeclinedStartIsTaken();
     void startWithAFileForTheWorkspaceSaysSo();
+    void eachLoadKeepsTheHeaderOfItsOwnSource();
     void deviceChoiceFollowsMouseAndKeyboard();
     void messageBoxBeforeTheWindowIsCentred();
 };
@@ -200,6 +201,18 @@ void WindowTest::deviceMadeAfterADeclinedStartIsTaken() {
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
     QCOMPARE(w.statusReports()->text(),
              asShown("Working with the device Nuvi_1 in ~/GPX/Nuvi_1", f.home.path()));
+}
+
+// A load's header is the text of its own source before its first item: a tracks load of an
+// empty file keeps none of the favorites load before it, which an export would write.
+void WindowTest::eachLoadKeepsTheHeaderOfItsOwnSource() {
+    MainWindowFixture f;
+    frmForm1& w = f.startWithSource("<gpx>\r\n<wpt><name>A</name></wpt>\r\n</gpx>\r\n");
+    w.mnuSelectFavorites->trigger();
+    QCOMPARE(w.HeaderText, QStringLiteral("<gpx> ")); // its line end read as a space
+    f.chooseSource(f.device(QStringLiteral("Nuvi_1")), QStringLiteral("EMPTY.GPX"), {});
+    w.mnuSelectTracks->trigger();
+    QCOMPARE(w.HeaderText, QString());
 }
 
 void WindowTest::startWithAFileForTheWorkspaceSaysSo() {
