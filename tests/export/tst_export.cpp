@@ -136,7 +136,8 @@ private slots:
             QVERIFY(name.endsWith(u'/') || bytesOf(dir.filePath(name)) == name.toLatin1());
     }
 
-    // A full disk, or a scratch file that is a folder: the reason, and no file left behind.
+    // A full disk, an output folder that cannot be made, or a scratch file that is a folder:
+    // the reason, and no file left behind.
     void failuresSayWhyAndLeaveNothing() {
         QTemporaryDir dir;
         FlexGridModel grid(4);
@@ -149,6 +150,13 @@ private slots:
             QCOMPARE(full.error, "The file " + dir.filePath("A.gpx") + " can't be written: " +
                                      QString::fromLocal8Bit(std::strerror(EFBIG)));
         }
+        // An output folder whose device folder is gone can't be made.
+        const QString gone = dir.filePath("gone/output");
+        const QString noFolder = exportFavorites(gone, "A", "<gpx>", grid, nullptr).error;
+        QVERIFY2(noFolder.startsWith("The folder " + QDir::toNativeSeparators(gone) +
+                                     " can't be made: ") &&
+                     !noFolder.endsWith(": "),
+                 qPrintable(noFolder));
         const ExportResult result = exportTracks(dir.path(), "A", "<gpx>", grid, {}, dir.path());
         QVERIFY(result.scratchUnreadable);
         QCOMPARE(result.error, "The file " + QDir::toNativeSeparators(dir.path()) +
