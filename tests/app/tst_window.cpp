@@ -199,6 +199,7 @@ void WindowTest::deviceMadeAfterADeclinedStartIsTaken() {
     QVERIFY(w.File1->isVisible());
     QCOMPARE(w.Dir1->Path(), f.device(QStringLiteral("Nuvi_1")));
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
+    QCOMPARE(w.txtStatus->cursorPosition(), 0); // a text longer than the line shows its start
     QCOMPARE(w.statusReports()->text(),
              asShown("Working with the device Nuvi_1 in ~/GPX/Nuvi_1", f.home.path()));
 }
