@@ -65,14 +65,24 @@ private:
 #endif
 };
 
-// The last LF in [begin, end), or null; what memrchr does, which only glibc has. Looks at 16
-// bytes at a time from the end, so a block of one long line costs about as much as reading it.
+// The last LF in [begin, end), or null; what memrchr does, which only glibc has. Looks at 64
+// bytes at a time from the end, then 16, so a block of one long line costs about as much as
+// reading it: about memrchr's time on 50 MB.
 const char* lastLineFeed(const char* begin, const char* end) {
 #ifdef __SSE2__
     const __m128i lf = _mm_set1_epi8('\n');
+    const auto lineFeeds = [&lf](const char* p) {
+        return _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)), lf);
+    };
+    while (end - begin >= 64) {
+        const __m128i any = _mm_or_si128(_mm_or_si128(lineFeeds(end - 64), lineFeeds(end - 48)),
+                                         _mm_or_si128(lineFeeds(end - 32), lineFeeds(end - 16)));
+        if (_mm_movemask_epi8(any))
+            break;
+        end -= 64;
+    }
     while (end - begin >= 16) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(end - 16));
-        const unsigned hits = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, lf)));
+        const unsigned hits = unsigned(_mm_movemask_epi8(lineFeeds(end - 16)));
         if (hits)
             return end - 16 + (31 - __builtin_clz(hits));
         end -= 16;
