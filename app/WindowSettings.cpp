@@ -4,7 +4,6 @@
 #include <QFileInfo>
 #include <QMainWindow>
 #include <QSettings>
-#include <QStandardPaths>
 
 namespace {
 
@@ -26,23 +25,6 @@ WindowSettings::WindowSettings(QMainWindow* window)
     for (const QString& device : settings->childKeys())
         m_folders.insert(device, settings->value(device).toString());
     window->installEventFilter(this);
-}
-
-std::unique_ptr<QSettings> WindowSettings::open() {
-#ifdef Q_OS_WIN
-    const QString application = QStandardPaths::isTestModeEnabled()
-                                    ? QStringLiteral("Tarnwick tests")
-                                    : QStringLiteral("Tarnwick");
-    return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope,
-                                       QStringLiteral("Tarnwick"), application);
-#else
-    // Looked up each time rather than through QSettings' own paths, which are fixed at the
-    // first use and would miss a changed HOME.
-    return std::make_unique<QSettings>(
-        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-            QStringLiteral("/tarnwick/tarnwick.conf"),
-        QSettings::IniFormat);
-#endif
 }
 
 QString WindowSettings::folderFor(const QString& deviceFolder) const {
