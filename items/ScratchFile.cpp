@@ -4,7 +4,6 @@
 #include "text/DiskFiles.h"
 
 #include <QFileInfo>
-#include <QRandomGenerator>
 
 #include <cerrno>
 #include <cstring>
@@ -27,11 +26,11 @@ ScratchFile::~ScratchFile() {
 QString ScratchFile::open() {
     if (QFileInfo(m_path).isDir())
         return QStringLiteral("Filename refers to a directory");
-    // Unbuffered: the scanner writes large blocks, and a failed write shows at once.
-    const auto mode = QIODevice::WriteOnly | QIODevice::Unbuffered;
+        // Unbuffered: the scanner writes large blocks, and a failed write shows at once.
 #ifdef Q_OS_LINUX
-    const int fd = ::open(QFile::encodeName(QFileInfo(m_path).absolutePath()).constData(),
-                          O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+    const auto mode = QIODevice::WriteOnly | QIODevice::Unbuffered;
+    const int fd =
+        ::open(QFile::encodeName(folder()).constData(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
     if (fd >= 0) {
         if (m_file.open(fd, mode, QFileDevice::AutoCloseHandle)) {
             m_writer = std::make_unique<BackgroundWriter>(m_file);
@@ -40,17 +39,11 @@ QString ScratchFile::open() {
         ::close(fd);
     }
 #endif
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        m_file.setFileName(temporaryName());
-        if (m_file.open(mode | QIODevice::NewOnly)) {
-            m_tempName = m_file.fileName();
-            m_writer = std::make_unique<BackgroundWriter>(m_file);
-            return {};
-        }
-        if (!QFileInfo::exists(m_file.fileName()))
-            break;
-    }
-    return m_file.errorString();
+    if (!DiskFiles::openUnique(m_file, folder(), prefix(), QIODevice::Unbuffered))
+        return m_file.errorString();
+    m_tempName = m_file.fileName();
+    m_writer = std::make_unique<BackgroundWriter>(m_file);
+    return {};
 }
 
 QIODevice& ScratchFile::file() {
@@ -64,7 +57,7 @@ QString ScratchFile::place() {
     if (m_tempName.isEmpty()) {
         const QByteArray handle = "/proc/self/fd/" + QByteArray::number(m_file.handle());
         for (int attempt = 0; attempt < 100 && m_tempName.isEmpty(); ++attempt) {
-            const QString name = temporaryName();
+            const QString name = DiskFiles::temporaryName(folder(), prefix());
             if (::linkat(AT_FDCWD, handle.constData(), AT_FDCWD,
                          QFile::encodeName(name).constData(), AT_SYMLINK_FOLLOW) == 0)
                 m_tempName = name;
@@ -83,7 +76,10 @@ QString ScratchFile::place() {
     return {};
 }
 
-QString ScratchFile::temporaryName() const {
-    return m_path + QStringLiteral(".%1").arg(QRandomGenerator::global()->generate(), 8, 16,
-                                              QLatin1Char('0'));
+QString ScratchFile::folder() const {
+    return QFileInfo(m_path).absolutePath();
+}
+
+QString ScratchFile::prefix() const {
+    return QFileInfo(m_path).fileName() + QLatin1Char('.');
 }

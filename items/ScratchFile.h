@@ -30,7 +30,9 @@ public:
     QString place();
 
 private:
-    QString temporaryName() const;
+    // The scratch file's temporary names are TEMP.TMP.<random>.tmp, in its folder.
+    QString folder() const;
+    QString prefix() const;
 
     QString m_path;
     QString m_tempName;

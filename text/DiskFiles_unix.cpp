@@ -49,6 +49,12 @@ QString whyNotReplaced(const QString&, const QString& reason) {
     return reason;
 }
 
+void hideWhileWritten(const QString&) {}
+
+bool isHidden(const QString&) {
+    return false;
+}
+
 QString syncToDisk(QFileDevice& file) {
     if (::fsync(file.handle()) != 0)
         return QString::fromLocal8Bit(std::strerror(errno));

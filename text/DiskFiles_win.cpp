@@ -25,12 +25,36 @@ std::wstring nativePath(const QString& path) {
     return QDir::toNativeSeparators(path).toStdWString();
 }
 
+DWORD attributesOf(const std::wstring& path) {
+    return GetFileAttributesW(path.c_str());
+}
+
+// A temporary file takes its name visible: the move keeps the hidden mark.
+void show(const std::wstring& path) {
+    const DWORD attributes = attributesOf(path);
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_HIDDEN))
+        SetFileAttributesW(path.c_str(), attributes & ~DWORD(FILE_ATTRIBUTE_HIDDEN));
+}
+
 } // namespace
+
+void hideWhileWritten(const QString& path) {
+    const std::wstring native = nativePath(path);
+    const DWORD attributes = attributesOf(native);
+    if (attributes != INVALID_FILE_ATTRIBUTES)
+        SetFileAttributesW(native.c_str(), attributes | FILE_ATTRIBUTE_HIDDEN);
+}
+
+bool isHidden(const QString& path) {
+    const DWORD attributes = attributesOf(nativePath(path));
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_HIDDEN);
+}
 
 // MoveFileEx without MOVEFILE_REPLACE_EXISTING fails on an existing name, and it never copies
 // (no MOVEFILE_COPY_ALLOWED): a name that Windows maps to a device is refused, not written
 // into. The move is written through to the disk before the call returns.
 Move moveNoReplace(const QString& from, const QString& to, QString& reason) {
+    show(nativePath(from));
     if (MoveFileExW(nativePath(from).c_str(), nativePath(to).c_str(), MOVEFILE_WRITE_THROUGH))
         return Move::Done;
     const DWORD error = GetLastError();
@@ -41,6 +65,7 @@ Move moveNoReplace(const QString& from, const QString& to, QString& reason) {
 }
 
 bool replace(const QString& from, const QString& to, QString& reason) {
+    show(nativePath(from));
     // Ten tries over a second: a scanner that opened the new or the old file lets go by then.
     for (int attempt = 0;; ++attempt) {
         if (MoveFileExW(nativePath(from).c_str(), nativePath(to).c_str(),

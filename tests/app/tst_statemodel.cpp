@@ -9,6 +9,7 @@
 
 #include "app/StatusColours.h"
 #include "symbols/symtable.h"
+#include "text/DiskFiles.h"
 #include "workspace/Workspace.h"
 
 #include <QLabel>
@@ -353,6 +354,10 @@ private:
                 if (now.value(it.key()) != snapshot.value(it.key()))
                     changed.insert(f.root() + '/' + it.key());
         for (const QString& path : changed) {
+            // A file the program has finished with shows in Explorer (Windows' hidden mark is
+            // for temporary files only).
+            if (!loading && !insideLoad && DiskFiles::isHidden(path))
+                return QStringLiteral("hidden %1").arg(path);
             const auto matches = [&path](const QString& p) {
                 return QRegularExpression::fromWildcard(
                            p, Qt::CaseInsensitive, QRegularExpression::UnanchoredWildcardConversion)

@@ -89,16 +89,24 @@ private slots:
         }
     }
 
-    // A new file is synced, then named; its name never replaces another file, not even one
-    // that took the name after it was found free: that move is refused and both keep their
-    // bytes. A source that is gone says why.
+    // A new file is written under a temporary name, hidden on Windows, synced, then named and
+    // shown; its name never replaces another file, not even one that took the name after it
+    // was found free: that move is refused and both keep their bytes. A source that is gone
+    // says why.
     void newFilesAreSyncedAndNeverReplaceAnother() {
         QTemporaryDir dir;
-        const QString from = dir.filePath("new.tmp"), taken = dir.filePath("taken.gpx");
-        QFile file(from);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("new") == 3 && file.flush());
+        const QString taken = dir.filePath("taken.gpx");
+        QFile file;
+        QVERIFY(DiskFiles::openUnique(file, dir.path(), ".tarnwick-export-"));
+        const QString from = file.fileName();
+        QVERIFY(DiskFiles::isTemporaryName(QFileInfo(from).fileName(), ".tarnwick-export-"));
+        QVERIFY(!DiskFiles::isTemporaryName(QFileInfo(from).fileName(), ".tarnwick-copy-"));
+        QVERIFY(file.write("new") == 3 && file.flush());
         QCOMPARE(DiskFiles::syncToDisk(file), QString());
         file.close();
+#ifdef Q_OS_WIN
+        QVERIFY(DiskFiles::isHidden(from));
+#endif
         QFile old(taken);
         QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
         old.close();
@@ -108,6 +116,7 @@ private slots:
         QCOMPARE(DiskFiles::moveNoReplace(from, dir.filePath("free.gpx"), reason),
                  DiskFiles::Move::Done);
         QVERIFY(!QFileInfo::exists(from) && fileBytes(dir.filePath("free.gpx")) == "new");
+        QVERIFY(!DiskFiles::isHidden(dir.filePath("free.gpx")));
         QCOMPARE(DiskFiles::moveNoReplace(from, dir.filePath("again.gpx"), reason),
                  DiskFiles::Move::Failed);
         QVERIFY(!reason.isEmpty() && !QFileInfo::exists(dir.filePath("again.gpx")));
