@@ -370,6 +370,8 @@ void frmForm1::Form_Load() {
         Dialogs::MsgBox(nullptr, QStringLiteral("The workspace folder %1 can neither be found nor "
                                                 "created, so no device can be used.")
                                      .arg(Workspace::displayPath(root)));
+    } else {
+        Workspace::removeLeftovers();
     }
 
     CurrentFolder = root;

@@ -1,8 +1,13 @@
 #include "workspace/Workspace.h"
 
+#include "text/DiskFiles.h"
 #include "workspace/NameOrder.h"
 
+#include <QDateTime>
 #include <QDir>
+#include <QFile>
+
+#include <algorithm>
 
 namespace Workspace {
 
@@ -78,6 +83,32 @@ QString findEntry(const QString& folder, const QString& name) {
 
 void MakeFolder(const QString& path) {
     QDir().mkdir(path);
+}
+
+qsizetype removeLeftovers(const QDateTime& now) {
+    static const QStringList prefixes = {QStringLiteral("TEMP.TMP."),
+                                         QStringLiteral(".tarnwick-copy-"),
+                                         QStringLiteral(".tarnwick-export-")};
+    const QDateTime cutoff = now.addSecs(-leftoverAge);
+    qsizetype removed = 0;
+    const auto files = QDir::Files | QDir::Hidden | QDir::System;
+    for (const QString& device : deviceNames()) {
+        const QString deviceFolder = QDir(rootPath()).filePath(device);
+        QStringList folders{deviceFolder};
+        for (const QString& sub : QDir(deviceFolder).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+            folders.append(QDir(deviceFolder).filePath(sub));
+        for (const QString& folder : std::as_const(folders)) {
+            for (const QFileInfo& file : QDir(folder).entryInfoList(files)) {
+                const bool ours = std::any_of(prefixes.begin(), prefixes.end(), [&](const auto& p) {
+                    return DiskFiles::isTemporaryName(file.fileName(), p);
+                });
+                // Windows refuses to remove a file that a running export still has open.
+                if (ours && file.lastModified() <= cutoff && QFile::remove(file.filePath()))
+                    ++removed;
+            }
+        }
+    }
+    return removed;
 }
 
 } // namespace Workspace

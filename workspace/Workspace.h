@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDateTime>
 #include <QString>
 #include <QStringList>
 
@@ -27,5 +28,14 @@ QString findEntry(const QString& folder, const QString& name);
 // Creates one folder (its parent must exist) and ignores every failure, such as the folder
 // existing already.
 void MakeFolder(const QString& path);
+
+// How old a temporary file of the program's must be before a start takes it for a leftover, in
+// seconds: a younger one may belong to an export or a load still running in another window.
+constexpr qint64 leftoverAge = 60 * 60;
+
+// Removes from the device folders, and the folders in them, the temporary files of an export,
+// a dated copy or a tracks load that the program could not remove itself (it crashed, the
+// power went) and that are at least leftoverAge old at now. How many were removed.
+qsizetype removeLeftovers(const QDateTime& now = QDateTime::currentDateTimeUtc());
 
 } // namespace Workspace

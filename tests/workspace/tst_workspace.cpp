@@ -154,6 +154,35 @@ private slots:
                      QSet<QString>({earlierName, row[1], row[2]}).size() - (row[0] == "none"));
         }
     }
+
+    // A start removes what a crash left of the program's own temporary files in the device
+    // folders and the folders in them, once they are an hour old; nothing else.
+    void leftoversOfACrashGoAtTheNextStart() {
+        QTemporaryDir home;
+        useTestHome(home.path());
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        const QList<QStringList> rows = tableRows("workspace_rules.tsv");
+        qsizetype removed = 0;
+        for (const QStringList& row : rows) {
+            if (row[0] != "leftover")
+                continue;
+            const QString path = Workspace::rootPath() + "/" + row[1];
+            QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write("x") == 1 && file.flush());
+            QVERIFY(file.setFileTime(now.addSecs(-60 * row[2].toInt()),
+                                     QFileDevice::FileModificationTime));
+            removed += row[3] == "removed";
+        }
+        QCOMPARE(Workspace::removeLeftovers(now), removed);
+        for (const QStringList& row : rows) {
+            if (row[0] == "leftover")
+                QVERIFY2(QFileInfo::exists(Workspace::rootPath() + "/" + row[1]) ==
+                             (row[3] == "kept"),
+                         qPrintable(row[1]));
+        }
+        useTestHome(m_home.path());
+    }
 };
 
 QTEST_APPLESS_MAIN(WorkspaceTest)
