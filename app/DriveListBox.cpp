@@ -6,12 +6,15 @@
 #include <QFileInfo>
 #include <QSignalBlocker>
 
-DriveListBox::DriveListBox(QWidget* parent)
-    : QComboBox(parent) {
+DriveListBox::DriveListBox(QWidget* parent, Roots roots, DriveDetails::Describe describe)
+    : QComboBox(parent)
+    , m_roots(std::move(roots))
+    , m_details(new DriveDetails(std::move(describe), this)) {
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     connect(this, &QComboBox::activated, this, &DriveListBox::userPicked);
     connect(this, &QComboBox::currentIndexChanged, this,
             [this](int index) { setToolTip(itemData(index, Qt::ToolTipRole).toString()); });
+    connect(m_details, &DriveDetails::described, this, &DriveListBox::described);
     refresh();
 }
 
@@ -59,8 +62,9 @@ void DriveListBox::rememberFolder(const QString& folder) {
 
 void DriveListBox::refresh() {
     if (m_useMounted)
-        m_volumes = mountedVolumes();
-    fill();
+        updateRoots(readRoots());
+    else
+        fill();
 }
 
 void DriveListBox::setVolumes(const QList<Volume>& volumes) {
@@ -69,9 +73,39 @@ void DriveListBox::setVolumes(const QList<Volume>& volumes) {
     fill();
 }
 
-void DriveListBox::updateVolumes(const QList<Volume>& volumes) {
-    m_volumes = volumes;
+QList<Volume> DriveListBox::readRoots() const {
+    return m_useMounted ? m_roots() : m_volumes;
+}
+
+void DriveListBox::updateRoots(const QList<Volume>& roots) {
+    if (!m_useMounted)
+        return;
+    // A drive shows as it was last described until it answers again; a new one by its root.
+    QHash<QString, Volume> described;
+    m_volumes.clear();
+    for (const Volume& root : roots) {
+        const QString key = QDir::cleanPath(root.rootPath);
+        m_volumes.append(m_described.value(key, root));
+        if (m_described.contains(key))
+            described.insert(key, m_described.value(key));
+    }
+    m_described = described;
     fill();
+    for (const Volume& volume : std::as_const(m_volumes))
+        m_details->request(volume.rootPath);
+}
+
+void DriveListBox::described(const Volume& volume) {
+    const QString key = QDir::cleanPath(volume.rootPath);
+    const qsizetype index = indexOfRoot(key);
+    // A drive pulled out before it answered, or a list of made-up volumes, takes no answer.
+    if (!m_useMounted || index < 0)
+        return;
+    m_described.insert(key, volume);
+    m_volumes[index] = volume;
+    showVolume(index);
+    if (index == currentIndex())
+        setToolTip(itemData(int(index), Qt::ToolTipRole).toString());
 }
 
 void DriveListBox::showPopup() {
@@ -83,16 +117,9 @@ void DriveListBox::fill() {
     {
         const QSignalBlocker blocker(this);
         clear();
-        for (const Volume& volume : std::as_const(m_volumes)) {
-            QString text = volume.label;
-            if (!volume.garminModel.isEmpty())
-                text += QStringLiteral(" - ") + volume.garminModel;
-            addItem(text, QDir::cleanPath(volume.rootPath));
-            // The box is narrow: the tooltip shows the whole name, and where the unit's
-            // files are.
-            if (!volume.gpxFolder.isEmpty())
-                text += QLatin1Char('\n') + QDir::toNativeSeparators(volume.gpxFolder);
-            setItemData(count() - 1, text, Qt::ToolTipRole);
+        for (qsizetype i = 0; i < m_volumes.size(); ++i) {
+            addItem(QString(), QDir::cleanPath(m_volumes[i].rootPath));
+            showVolume(i);
         }
     }
 
@@ -111,6 +138,18 @@ void DriveListBox::fill() {
         m_drive = drive;
         emit Change();
     }
+}
+
+void DriveListBox::showVolume(qsizetype index) {
+    const Volume& volume = m_volumes[index];
+    QString text = volume.label;
+    if (!volume.garminModel.isEmpty())
+        text += QStringLiteral(" - ") + volume.garminModel;
+    setItemText(int(index), text);
+    // The box is narrow: the tooltip shows the whole name, and where the unit's files are.
+    if (!volume.gpxFolder.isEmpty())
+        text += QLatin1Char('\n') + QDir::toNativeSeparators(volume.gpxFolder);
+    setItemData(int(index), text, Qt::ToolTipRole);
 }
 
 qsizetype DriveListBox::indexOfRoot(const QString& root) const {

@@ -15,12 +15,9 @@ QStringList rootPathsOf(const QList<Volume>& volumes) {
 
 } // namespace
 
-VolumeWatch::VolumeWatch(DriveListBox* drives, std::function<QList<Volume>()> roots,
-                         std::function<QList<Volume>()> volumes)
+VolumeWatch::VolumeWatch(DriveListBox* drives)
     : QObject(drives)
     , m_drives(drives)
-    , m_roots(std::move(roots))
-    , m_volumes(std::move(volumes))
     , m_last(rootPathsOf(drives->volumes()))
     , m_timer(new QTimer(this)) {
     connect(m_timer, &QTimer::timeout, this, &VolumeWatch::poll);
@@ -28,10 +25,11 @@ VolumeWatch::VolumeWatch(DriveListBox* drives, std::function<QList<Volume>()> ro
 }
 
 bool VolumeWatch::poll() {
-    const QStringList roots = rootPathsOf(m_roots());
-    if (roots == m_last)
+    const QList<Volume> roots = m_drives->readRoots();
+    const QStringList paths = rootPathsOf(roots);
+    if (paths == m_last)
         return false;
-    m_last = roots;
-    m_drives->updateVolumes(m_volumes());
+    m_last = paths;
+    m_drives->updateRoots(roots);
     return true;
 }

@@ -138,6 +138,13 @@ QString driveLabel(const QString& letter, const QString& volumeName, DriveKind k
            u')';
 }
 
+QList<Volume> mountedVolumes() {
+    QList<Volume> volumes;
+    for (const Volume& root : mountedRoots())
+        volumes.append(describeVolume(root.rootPath));
+    return volumes;
+}
+
 Volume volumeOf(const QString& path, const QList<Volume>& volumes) {
     const QString target = cleanAbsolute(path);
     Volume best;

@@ -26,8 +26,14 @@ struct Volume {
 QList<Volume> mountedVolumes();
 
 // The same volumes with their mount points only, without looking into them: quick enough to
-// call whenever a folder list changes folder.
+// call whenever a folder list changes folder. Each is labelled by its mount point, on Windows
+// by its drive letter ("E:"), until it is described.
 QList<Volume> mountedRoots();
+
+// Describes the volume mounted at rootPath as mountedVolumes() does: its label, and the Garmin
+// unit on it. This asks the drive itself, which may take seconds (a network drive that was
+// disconnected, a DVD spinning up), so a window asks it on a thread of its own.
+Volume describeVolume(const QString& rootPath);
 
 // The kinds of drive Windows tells apart; a drive with no label is named by its kind.
 enum class DriveKind { Removable, Fixed, Network, CdRom, RamDisk, Unknown };

@@ -35,18 +35,14 @@ QList<QStorageInfo> userMounts() {
 
 } // namespace
 
-QList<Volume> mountedVolumes() {
-    QList<Volume> volumes;
-    for (const QStorageInfo& storage : userMounts()) {
-        QString name = storage.name();
-        if (name.isEmpty())
-            name = QString::fromLocal8Bit(storage.device());
-        // A volume that is not ready (an empty card reader) is listed without looking into
-        // it; the drive list says what is wrong when it is chosen.
-        volumes.append(storage.isReady() ? volumeAt(storage.rootPath(), name)
-                                         : Volume{storage.rootPath(), name, {}, {}});
-    }
-    return volumes;
+Volume describeVolume(const QString& rootPath) {
+    const QStorageInfo storage(rootPath);
+    QString name = storage.name();
+    if (name.isEmpty())
+        name = QString::fromLocal8Bit(storage.device());
+    // A volume that is not ready (an empty card reader) is listed without looking into it;
+    // the drive list says what is wrong when it is chosen.
+    return storage.isReady() ? volumeAt(rootPath, name) : Volume{rootPath, name, {}, {}};
 }
 
 QList<Volume> mountedRoots() {

@@ -12,18 +12,16 @@ namespace {
 
 // Asking an empty card reader or CD drive about its disk must not bring up the system's
 // "There is no disk in the drive" box: the call fails instead, and the drive shows as empty.
+// The mode is the calling thread's, which is the one that asks.
 class NoDiskErrorBoxes {
 public:
-    NoDiskErrorBoxes()
-        : m_previous(SetErrorMode(SEM_FAILCRITICALERRORS)) {
-        SetErrorMode(m_previous | SEM_FAILCRITICALERRORS);
-    }
-    ~NoDiskErrorBoxes() { SetErrorMode(m_previous); }
+    NoDiskErrorBoxes() { SetThreadErrorMode(SEM_FAILCRITICALERRORS, &m_previous); }
+    ~NoDiskErrorBoxes() { SetThreadErrorMode(m_previous, nullptr); }
     NoDiskErrorBoxes(const NoDiskErrorBoxes&) = delete;
     NoDiskErrorBoxes& operator=(const NoDiskErrorBoxes&) = delete;
 
 private:
-    UINT m_previous;
+    DWORD m_previous = 0;
 };
 
 // The roots of the drive letters in use, "C:/" as Qt writes them, from A: to Z:.
@@ -56,28 +54,25 @@ DriveKind kindOf(UINT driveType) {
 
 } // namespace
 
-QList<Volume> mountedVolumes() {
+Volume describeVolume(const QString& rootPath) {
     const NoDiskErrorBoxes noBoxes;
-    QList<Volume> volumes;
-    for (const QString& root : driveRoots()) {
-        const std::wstring nativeRoot = QDir::toNativeSeparators(root).toStdWString();
-        wchar_t name[MAX_PATH + 1] = {};
-        // Fails when there is no disk in the drive (or a network drive is not connected);
-        // such a drive is listed without looking into it, and the drive list says what is
-        // wrong when it is chosen.
-        const bool ready = GetVolumeInformationW(nativeRoot.c_str(), name, MAX_PATH + 1, nullptr,
-                                                 nullptr, nullptr, nullptr, 0) != 0;
-        Volume volume = ready ? volumeAt(root, {}) : Volume{root, {}, {}, {}};
-        volume.label = driveLabel(root.left(2), QString::fromWCharArray(name),
-                                  kindOf(GetDriveTypeW(nativeRoot.c_str())), ready);
-        volumes.append(volume);
-    }
-    return volumes;
+    const std::wstring nativeRoot = QDir::toNativeSeparators(rootPath).toStdWString();
+    wchar_t name[MAX_PATH + 1] = {};
+    // Fails when there is no disk in the drive (or a network drive is not connected); such a
+    // drive is listed without looking into it, and the drive list says what is wrong when it
+    // is chosen.
+    const bool ready = GetVolumeInformationW(nativeRoot.c_str(), name, MAX_PATH + 1, nullptr,
+                                             nullptr, nullptr, nullptr, 0) != 0;
+    Volume volume = ready ? volumeAt(rootPath, {}) : Volume{rootPath, {}, {}, {}};
+    volume.label = driveLabel(rootPath.left(2), QString::fromWCharArray(name),
+                              kindOf(GetDriveTypeW(nativeRoot.c_str())), ready);
+    return volume;
 }
 
+// The letters in use, from a bit mask the system keeps: no drive is asked anything.
 QList<Volume> mountedRoots() {
     QList<Volume> volumes;
     for (const QString& root : driveRoots())
-        volumes.append(Volume{root, QDir::toNativeSeparators(root), {}, {}});
+        volumes.append(Volume{root, root.left(2), {}, {}});
     return volumes;
 }

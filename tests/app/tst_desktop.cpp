@@ -164,18 +164,21 @@ void DesktopTest::windowGrowsAndRemembers() {
     again.mnuCreateNewUser_Click();
     QCOMPARE(f.prompts.last(), "Enter new device name|CREATE NEW DEVICE FOLDER|Nuvi_2");
 
-    // A unit plugged in shows up; pulled out, the list goes back to the volumes left.
-    const Volume root{"/", "/", {}, {}}, unit{f.home.path() + "/unit", "NUVI 205W", {}, {}};
+    // A unit plugged in shows up, by its root until it has answered; pulled out, the list
+    // goes back to the volumes left.
+    const Volume root{"/", "/", {}, {}}, unit{f.home.path() + "/unit", "unit", {}, {}};
     QList<Volume> mounted = {root};
-    DriveListBox drives;
-    drives.setVolumes(mounted);
-    VolumeWatch watch(
-        &drives, [&] { return mounted; }, [&] { return mounted; });
+    DriveListBox drives(
+        nullptr, [&] { return mounted; },
+        [](const QString& at) {
+            return Volume{at, at == "/" ? "/" : "NUVI 205W", {}, {}};
+        });
+    VolumeWatch watch(&drives);
     QVERIFY(!watch.poll());
     mounted.append(unit);
     QVERIFY(watch.poll());
     drives.setDrive(unit.rootPath);
-    QCOMPARE(drives.toolTip(), "NUVI 205W");
+    QTRY_COMPARE(drives.toolTip(), "NUVI 205W");
     mounted.removeLast();
     QVERIFY(watch.poll());
     QCOMPARE(drives.count(), 1);

@@ -9,7 +9,9 @@
 #include "workspace/Volumes.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -38,6 +40,7 @@ private slots:
     void fileListShowsRegularFilesMatchingWithoutRegardToCase();
     void fileListChoosesByClickSpaceOrEnter();
     void folderListShowsBranchAndOpensFolders();
+    void aDriveThatDoesNotAnswerHoldsUpNothing();
     void driveListFollowsVolumes();
 };
 
@@ -175,6 +178,42 @@ void ListsTest::driveListFollowsVolumes() {
     QCOMPARE(drives.Drive(), stick.path());
     QCOMPARE(drives.currentText() + '|' + drives.toolTip(), "USB - nuvi|USB - nuvi");
     Dialogs::setMessageHandler({});
+}
+
+// The drives are listed by their roots at once and named as each answers: a drive that does
+// not answer (a stand-in that waits until it is let go) holds up neither the window nor the
+// other drives, is asked only once however often the list drops down, and takes its label
+// when it answers. A drive pulled out before it answers takes no answer.
+void ListsTest::aDriveThatDoesNotAnswerHoldsUpNothing() {
+    auto asked = std::make_shared<QSemaphore>(), answer = std::make_shared<QSemaphore>();
+    QList<Volume> mounted = {{"C:/", "C:", {}, {}}, {"N:/", "N:", {}, {}}, {"E:/", "E:", {}, {}}};
+    const auto describe = [asked, answer](const QString& root) {
+        asked->release();
+        // Waiting at most 10 s: if the list asked on the window's thread, the test fails on
+        // the time it took rather than hanging.
+        if (root != "C:/" && !answer->tryAcquire(1, 10000))
+            return Volume{root, "never answered", {}, {}};
+        return Volume{root, root == "E:/" ? "GARMIN (E:)" : root.left(1) + " DRIVE", {}, {}};
+    };
+    QElapsedTimer clock;
+    clock.start();
+    DriveListBox drives(
+        nullptr, [&] { return mounted; }, describe);
+    QVERIFY(clock.elapsed() < 5000);
+    QCOMPARE(drives.count(), 3);
+    QTRY_COMPARE(drives.itemText(0), "C DRIVE");
+    QCOMPARE(drives.itemText(1), "N:");
+    drives.showPopup();
+    drives.hidePopup();
+    QTRY_COMPARE(asked->available(), 4);
+    QCOMPARE(drives.itemText(1) + '|' + drives.itemText(2), "N:|E:");
+    QTRY_VERIFY(!drives.findChild<DriveDetails*>()->waitingFor("C:/"));
+    mounted.removeAt(1);
+    drives.refresh();
+    answer->release(2);
+    QTRY_COMPARE(drives.itemText(1), "GARMIN (E:)");
+    QCOMPARE(drives.count(), 2);
+    QTRY_COMPARE(asked->available(), 5);
 }
 
 QTEST_MAIN(ListsTest)
