@@ -69,12 +69,14 @@ const char* const statusHelp =
     "     marked\n";
 
 QTextStream& out() {
-    static QTextStream stream(stdout);
+    static Console::Device device(Console::Stream::Output);
+    static QTextStream stream(&device);
     return stream;
 }
 
 int fail(int status, const QString& message) {
-    QTextStream err(stderr);
+    Console::Device device(Console::Stream::Error);
+    QTextStream err(&device);
     err << QCoreApplication::applicationName().toLower() << ": " << message << Qt::endl;
     return status;
 }
@@ -389,7 +391,6 @@ void describeApplication() {
 }
 
 int run(const QStringList& arguments) {
-    Console::showUtf8();
     if (arguments.size() > 1)
         if (const Command* command = findCommand(arguments.at(1)))
             return runCommand(*command, arguments);

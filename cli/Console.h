@@ -1,13 +1,38 @@
 #pragma once
 
-// The console the command line prints to. The program writes its text as UTF-8, which is
-// what a file or a pipe it is redirected to holds; a Windows console shows bytes in its own
-// code page (850, 437 ...) instead, which turns "Völkerschlachtdenkmal" into "VÃ¶lker...".
+#include <QByteArrayView>
+#include <QIODevice>
+
+// The console the command line prints to. Redirected to a file or a pipe, its text is UTF-8.
+// A Windows console is given the text itself, so that "Völkerschlachtdenkmal" shows as it is
+// whatever the console's code page (850, 437 ...), which would turn UTF-8 bytes into
+// "VÃ¶lker...".
 namespace Console {
 
-// Makes a console that standard output or error is shown in show UTF-8, until the program
-// ends, when the console gets its code page back. Nothing to do elsewhere.
-void showUtf8();
+enum class Stream { Output, Error };
+
+// Writes UTF-8 text to standard output or error: as text to a Windows console, as the bytes
+// elsewhere.
+void write(Stream stream, QByteArrayView utf8);
+
+// Standard output or error as a device, for a QTextStream.
+class Device : public QIODevice {
+public:
+    explicit Device(Stream stream)
+        : m_stream(stream) {
+        open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+    }
+
+protected:
+    qint64 readData(char*, qint64) override { return -1; }
+    qint64 writeData(const char* data, qint64 size) override {
+        Console::write(m_stream, QByteArrayView(data, size));
+        return size;
+    }
+
+private:
+    Stream m_stream;
+};
 
 // Whether anything written to standard error reaches someone: a program started from Explorer
 // or a shortcut on Windows has nowhere to write it.

@@ -1,9 +1,15 @@
 #include "cli/Console.h"
 
+#include <cstdio>
+
 namespace Console {
 
 // A Unix terminal takes the bytes as the locale says, UTF-8 on every current system.
-void showUtf8() {}
+void write(Stream stream, QByteArrayView utf8) {
+    std::FILE* file = stream == Stream::Output ? stdout : stderr;
+    std::fwrite(utf8.data(), 1, size_t(utf8.size()), file);
+    std::fflush(file);
+}
 
 // A terminal, a file or the session's journal.
 bool hasStandardError() {

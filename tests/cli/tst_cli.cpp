@@ -11,6 +11,10 @@
 
 #include <optional>
 
+#ifdef Q_OS_WIN
+#include <windows.h>
+#endif
+
 namespace {
 
 const QString sample = TARNWICK_CORPUS "/gpsbabel__gpsbabel__reference__gdb-sample.gpx";
@@ -43,6 +47,63 @@ class CliTest : public QObject {
     Q_OBJECT
 private slots:
     void subcommandsWriteWhatTheWindowWrites_data() { addTableRows("cli_rows.tsv"); }
+
+    // In a Windows console a name outside ASCII shows as it is, not as UTF-8 bytes read in the
+    // console's own code page ("VÃ¶lker..."), and the console keeps its code page.
+    // (Redirected, the text is UTF-8: a row of the table.)
+    void aConsoleShowsUtf8() {
+#ifndef Q_OS_WIN
+        QSKIP("Only a Windows console shows text in a code page of its own.");
+#else
+        const bool ownConsole = AllocConsole();
+        const auto freeConsole = qScopeGuard([&] {
+            if (ownConsole)
+                FreeConsole();
+        });
+        const UINT codePage = GetConsoleOutputCP();
+        SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+        const HANDLE screen =
+            CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE,
+                        FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING, 0, nullptr);
+        // Wine gives a program a console only when it starts on a terminal, and the test
+        // runner starts this test on one.
+        if (screen == INVALID_HANDLE_VALUE)
+            QSKIP("There is no console to be had.");
+        const auto closeScreen = qScopeGuard([&] { CloseHandle(screen); });
+        CONSOLE_SCREEN_BUFFER_INFO info;
+        QVERIFY(GetConsoleScreenBufferInfo(screen, &info));
+        DWORD written = 0;
+        FillConsoleOutputCharacterW(screen, L' ', DWORD(info.dwSize.X * info.dwSize.Y), {0, 0},
+                                    &written);
+        SetConsoleCursorPosition(screen, {0, 0});
+
+        // Started as a command prompt starts it: on the prompt's console, its output there.
+        STARTUPINFOW startup{};
+        startup.cb = sizeof(startup);
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+        startup.hStdOutput = startup.hStdError = screen;
+        std::wstring command = L"\"" + QDir::toNativeSeparators(TARNWICK_EXE).toStdWString() +
+                               L"\" list V\u00f6lkerschlachtdenkmal.gpx --tracks";
+        PROCESS_INFORMATION process{};
+        QVERIFY(CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                               &startup, &process));
+        WaitForSingleObject(process.hProcess, 60000);
+        DWORD status = 0;
+        GetExitCodeProcess(process.hProcess, &status);
+        CloseHandle(process.hThread);
+        CloseHandle(process.hProcess);
+        QCOMPARE(status, DWORD(4));
+
+        std::wstring shown(size_t(info.dwSize.X) * 4, L' ');
+        DWORD read = 0;
+        QVERIFY(
+            ReadConsoleOutputCharacterW(screen, shown.data(), DWORD(shown.size()), {0, 0}, &read));
+        QCOMPARE(QString::fromStdWString(shown).simplified(),
+                 "tarnwick: the file Völkerschlachtdenkmal.gpx can't be opened: No such file.");
+        QCOMPARE(GetConsoleOutputCP(), codePage);
+#endif
+    }
 
     void subcommandsWriteWhatTheWindowWrites() {
         QFETCH(QStringList, row);
