@@ -42,6 +42,21 @@ start_wine_prefix() {
     wineboot -i >/dev/null 2>&1 </dev/null
 }
 
+# A drive letter for the tests' unit file at a drive's root, named in TARNWICK_TEST_DRIVE: Wine
+# lists nothing on a drive that a program makes with DefineDosDevice (Windows does), and it
+# reads the drive letters when its server starts, so the letter is mapped to a folder of the
+# build here and the server started again.
+map_test_drive() {
+    local folder=$BUILD_DIR/test-drive
+    rm -rf "$folder"
+    mkdir -p "$folder"
+    ln -sfn "$folder" "$WINEPREFIX/dosdevices/t:"
+    wineserver -k >/dev/null 2>&1 || true
+    wineserver -w >/dev/null 2>&1 || true
+    wineserver -p >/dev/null 2>&1 </dev/null
+    export TARNWICK_TEST_DRIVE=T:
+}
+
 stop_wine_prefix() {
     wineserver -k >/dev/null 2>&1 || true
 }

@@ -15,6 +15,10 @@
 #include <QScrollBar>
 #include <QStatusBar>
 
+#ifdef Q_OS_WIN
+#include <windows.h>
+#endif
+
 namespace {
 
 QByteArray gpx(const QByteArray& declaration) {
@@ -43,6 +47,7 @@ class DesktopTest : public QObject {
 private slots:
     void commandsReportWhatTheyDid();
     void windowGrowsAndRemembers();
+    void aSourceAtADriveRoot();
 };
 
 void DesktopTest::commandsReportWhatTheyDid() {
@@ -192,6 +197,51 @@ void DesktopTest::windowGrowsAndRemembers() {
         QTest::keyClick(help, Qt::Key_Escape);
         QVERIFY(!openHelpWindow(HelpPage(page)));
     }
+}
+
+// A unit's file at the root of its drive (a drive letter made for the test), named in other
+// letters than the disk's as "Open with" may: the drive's root stays its folder, "E:/" and
+// not the drive-relative "E:", through a load and an export.
+void DesktopTest::aSourceAtADriveRoot() {
+#ifndef Q_OS_WIN
+    QSKIP("Only Windows has drive letters.");
+#else
+    MainWindowFixture f;
+    QTemporaryDir unit;
+    // Windows lets a program make a drive letter for a folder; Wine makes one that lists
+    // nothing, so under Wine the test runner maps a letter and names it.
+    QString drive = qEnvironmentVariable("TARNWICK_TEST_DRIVE");
+    std::wstring target;
+    if (drive.isEmpty()) {
+        for (int letter = 'Z'; letter > 'D' && drive.isEmpty(); --letter) {
+            if (!(GetLogicalDrives() & (1u << (letter - 'A'))))
+                drive = QChar(letter) + QStringLiteral(":");
+        }
+        target = QDir::toNativeSeparators(unit.path()).toStdWString();
+        QVERIFY(DefineDosDeviceW(0, drive.toStdWString().c_str(), target.c_str()));
+    }
+    f.writeFile((target.empty() ? drive : unit.path()) + "/Current.gpx", gpx(""));
+    const auto undefine = qScopeGuard([&] {
+        if (target.empty())
+            QFile::remove(drive + "/Current.gpx");
+        else
+            DefineDosDeviceW(DDD_REMOVE_DEFINITION | DDD_EXACT_MATCH_ON_REMOVE,
+                             drive.toStdWString().c_str(), target.c_str());
+    });
+    f.answers = {"Nuvi_1"};
+    frmForm1& w = f.start();
+    w.chooseSourceFile(drive + "\\current.GPX");
+    QCOMPARE(w.CurrentFolder + '|' + w.SourceFileName + '|' + w.Drive1->Drive(),
+             drive + "/|Current.gpx|" + drive + "/");
+    w.mnuSelectFavorites->trigger();
+    w.Grid1->setFocus();
+    w.Grid1->setRow(4);
+    QTest::keyClick(w.Grid1, Qt::Key_Space);
+    w.mnuExport_Click();
+    QCOMPARE(w.statusReports()->text(),
+             "Exported 1 item to Plain.gpx; 1 symbol had no translation");
+    QCOMPARE(w.CurrentFolder, drive + "/");
+#endif
 }
 
 QTEST_MAIN(DesktopTest)
