@@ -12,9 +12,11 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPainterPath>
+#include <QScreen>
 #include <QToolTip>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <cmath>
 
 TrackOutline::TrackOutline(QWidget* parent)
@@ -30,9 +32,10 @@ void TrackOutline::setOutline(const QList<OutlinePoint>& outline) {
 
 void TrackOutline::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    painter.fillRect(rect(), Qt::white);
-    painter.setPen(QColor(160, 160, 160));
-    painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    // A grey frame one pixel wide round a white ground, filled rather than drawn with a pen:
+    // at 150% a pen's line falls between the screen's pixels, and two sides went missing.
+    painter.fillRect(rect(), QColor(160, 160, 160));
+    painter.fillRect(rect().adjusted(1, 1, -1, -1), Qt::white);
     if (m_outline.isEmpty())
         return;
     double south = 90, north = -90, west = 180, east = -180;
@@ -112,8 +115,18 @@ void ItemDetailsPane::setWanted(bool wanted) {
     // Asked for without room beside the grid, the window widens to make it where it can, so
     // the grid keeps its width.
     QWidget* top = window();
-    if (wanted && !(top->windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen)))
+    if (wanted && !(top->windowState() & (Qt::WindowMaximized | Qt::WindowFullScreen))) {
         top->resize(top->width() + m_layout.widthLackingForDetails(), top->height());
+        // Widened past the screen's edge (at 150% the window is half as wide again), it moves
+        // back onto the screen as far as the screen's left edge lets it.
+        if (const QScreen* screen = top->screen()) {
+            const QRect free = screen->availableGeometry();
+            const QRect frame = top->frameGeometry();
+            if (frame.right() > free.right())
+                top->move(std::max(free.left(), frame.left() - (frame.right() - free.right())),
+                          frame.top());
+        }
+    }
     m_layout.apply();
 }
 

@@ -12,6 +12,7 @@
 
 #include <QBuffer>
 #include <QLabel>
+#include <QScreen>
 
 class DetailsTest : public QObject {
     Q_OBJECT
@@ -119,8 +120,13 @@ private slots:
         w.mnuSelectFavorites_Click();
         auto* pane = w.findChild<QWidget*>("itemDetails");
         QVERIFY(pane && pane->isHidden());
+        // At the screen's right edge, the widened window moves back onto the screen.
+        const QRect free = w.screen()->availableGeometry();
+        w.move(free.right() + 1 - w.frameGeometry().width(), w.frameGeometry().top());
         w.findChild<QAction*>("mnuViewDetails")->trigger();
         QVERIFY(!pane->isHidden());
+        QVERIFY2(free.contains(w.frameGeometry()),
+                 qPrintable(QString("%1 %2").arg(w.frameGeometry().right()).arg(free.right())));
         QTRY_COMPARE(w.Grid1->width(), w.Grid1->property("twips").toRect().width() / 15);
         QCOMPARE(pane->findChild<QLabel*>()->text(), QString());
         f.clickGrid(1);
@@ -150,6 +156,15 @@ private slots:
             }
         QVERIFY2(red > drawing.width() / 2 && white > 100 * red && green > 10 && black > 10,
                  qPrintable(QString("%1 %2 %3").arg(red).arg(green).arg(black)));
+        // At 150% the grey frame keeps all four sides.
+        auto* outline = pane->findChild<QWidget*>("trackOutline");
+        QImage scaled(outline->size() * 3 / 2, QImage::Format_RGB32);
+        scaled.setDevicePixelRatio(1.5);
+        outline->render(&scaled);
+        const int right = scaled.width() - 1, bottom = scaled.height() - 1;
+        for (const QPoint side : {QPoint(right / 2, 0), QPoint(0, bottom / 3),
+                                  QPoint(right / 2, bottom), QPoint(right, bottom / 3)})
+            QCOMPARE(scaled.pixelColor(side), QColor(160, 160, 160));
     }
 };
 
