@@ -1,10 +1,14 @@
 #include "dialogs/Dialogs.h"
 
+#include <QApplication>
+#include <QFontMetrics>
 #include <QGuiApplication>
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QScreen>
 #include <QTimer>
+
+#include <algorithm>
 
 namespace {
 
@@ -57,6 +61,13 @@ QString InputBox(QWidget* parent, const QString& prompt, const QString& title,
     box.setWindowTitle(title);
     box.setLabelText(prompt);
     box.setTextValue(defaultAnswer);
+    // Windows cuts a title wider than its box ("CREATE NEW DEVICE FOL..."): the box is at
+    // least as wide as its title beside the title bar's icon and close button.
+    // (The dialog's layout sets its minimum size, so the box is made wider than that.)
+    const QFontMetrics caption(QApplication::font("QMdiSubWindowTitleBar"));
+    box.adjustSize();
+    box.resize(std::max(box.width(), caption.horizontalAdvance(title) + 4 * caption.height() + 48),
+               box.height());
     centreWithoutOwner(box, parent);
     if (box.exec() != QDialog::Accepted)
         return {};

@@ -254,6 +254,9 @@ void WindowTest::messageBoxBeforeTheWindowIsCentred() {
     Dialogs::setMessageHandler({});
     Dialogs::setInputHandler({});
     const QString text = QStringLiteral("A message long enough to make the box wide.");
+    // The input box is as wide as its title needs, beside the title bar's icon and button.
+    const QString title = QStringLiteral("CREATE NEW DEVICE FOLDER");
+    const QFontMetrics caption(QApplication::font("QMdiSubWindowTitleBar"));
     for (const bool input : {false, true}) {
         QRect box;
         QTimer::singleShot(200, [&box] {
@@ -262,9 +265,11 @@ void WindowTest::messageBoxBeforeTheWindowIsCentred() {
                 shown->close();
             }
         });
-        input ? void(Dialogs::InputBox(nullptr, text, text, {})) : Dialogs::MsgBox(nullptr, text);
+        input ? void(Dialogs::InputBox(nullptr, "Enter new device name", title, {}))
+              : Dialogs::MsgBox(nullptr, text);
         const QPoint centre = QGuiApplication::primaryScreen()->availableGeometry().center();
         QVERIFY2((box.center() - centre).manhattanLength() <= 4, input ? "input box" : "message");
+        QVERIFY(!input || box.width() >= caption.horizontalAdvance(title) + 4 * caption.height());
     }
 }
 
