@@ -55,11 +55,7 @@ private slots:
 #ifndef Q_OS_WIN
         QSKIP("Only a Windows console shows text in a code page of its own.");
 #else
-        const bool ownConsole = AllocConsole();
-        const auto freeConsole = qScopeGuard([&] {
-            if (ownConsole)
-                FreeConsole();
-        });
+        AllocConsole(); // where the test started without one
         const UINT codePage = GetConsoleOutputCP();
         SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
         const HANDLE screen =
@@ -69,36 +65,25 @@ private slots:
         // runner starts this test on one.
         if (screen == INVALID_HANDLE_VALUE)
             QSKIP("There is no console to be had.");
-        const auto closeScreen = qScopeGuard([&] { CloseHandle(screen); });
         CONSOLE_SCREEN_BUFFER_INFO info;
         QVERIFY(GetConsoleScreenBufferInfo(screen, &info));
-        DWORD written = 0;
+        DWORD done = 0;
         FillConsoleOutputCharacterW(screen, L' ', DWORD(info.dwSize.X * info.dwSize.Y), {0, 0},
-                                    &written);
+                                    &done);
         SetConsoleCursorPosition(screen, {0, 0});
-
         // Started as a command prompt starts it: on the prompt's console, its output there.
-        STARTUPINFOW startup{};
-        startup.cb = sizeof(startup);
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-        startup.hStdOutput = startup.hStdError = screen;
-        std::wstring command = L"\"" + QDir::toNativeSeparators(TARNWICK_EXE).toStdWString() +
-                               L"\" list V\u00f6lkerschlachtdenkmal.gpx --tracks";
-        PROCESS_INFORMATION process{};
-        QVERIFY(CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                               &startup, &process));
-        WaitForSingleObject(process.hProcess, 60000);
-        DWORD status = 0;
-        GetExitCodeProcess(process.hProcess, &status);
-        CloseHandle(process.hThread);
-        CloseHandle(process.hProcess);
-        QCOMPARE(status, DWORD(4));
-
+        QProcess cli;
+        cli.setProcessChannelMode(QProcess::ForwardedChannels);
+        cli.setCreateProcessArgumentsModifier([screen](QProcess::CreateProcessArguments* a) {
+            a->flags &= ~DWORD(CREATE_NO_WINDOW);
+            a->startupInfo->hStdOutput = a->startupInfo->hStdError = screen;
+        });
+        cli.start(TARNWICK_EXE, {"list", "Völkerschlachtdenkmal.gpx", "--tracks"});
+        QVERIFY(cli.waitForFinished(60000));
+        QCOMPARE(cli.exitCode(), 4);
         std::wstring shown(size_t(info.dwSize.X) * 4, L' ');
-        DWORD read = 0;
         QVERIFY(
-            ReadConsoleOutputCharacterW(screen, shown.data(), DWORD(shown.size()), {0, 0}, &read));
+            ReadConsoleOutputCharacterW(screen, shown.data(), DWORD(shown.size()), {0, 0}, &done));
         QCOMPARE(QString::fromStdWString(shown).simplified(),
                  "tarnwick: the file Völkerschlachtdenkmal.gpx can't be opened: No such file.");
         QCOMPARE(GetConsoleOutputCP(), codePage);
