@@ -2,6 +2,7 @@
 #include "cli/CommandLine.h"
 #include "cli/Console.h"
 #include "dialogs/Dialogs.h"
+#include "workspace/Volumes.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -27,6 +28,7 @@ bool haveDisplay() {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    quietNoDiskErrors();
     // Help, version and the subcommands answer without a display, so no window system is
     // touched for them.
     if (CommandLine::runsWithoutWindow(argc, argv)) {

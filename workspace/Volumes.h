@@ -60,5 +60,10 @@ Volume volumeOf(const QString& path, const QList<Volume>& volumes);
 // (<Device><Model><Description>nüvi 200W</Description>...), or empty when the text has none.
 QString garminModelFrom(QByteArrayView garminDeviceXml);
 
+// Makes a read of a drive with no disk in it (an empty card reader or CD drive) fail, where
+// Windows would bring up its "There is no disk in the drive" box, which the program would then
+// wait on; the drive list says what is wrong instead. Nothing to do elsewhere.
+void quietNoDiskErrors();
+
 // Why a volume's root can't be listed, or empty when it can.
 QString unreadableReason(const QString& rootPath);

@@ -10,20 +10,6 @@
 
 namespace {
 
-// Asking an empty card reader or CD drive about its disk must not bring up the system's
-// "There is no disk in the drive" box: the call fails instead, and the drive shows as empty.
-// The mode is the calling thread's, which is the one that asks.
-class NoDiskErrorBoxes {
-public:
-    NoDiskErrorBoxes() { SetThreadErrorMode(SEM_FAILCRITICALERRORS, &m_previous); }
-    ~NoDiskErrorBoxes() { SetThreadErrorMode(m_previous, nullptr); }
-    NoDiskErrorBoxes(const NoDiskErrorBoxes&) = delete;
-    NoDiskErrorBoxes& operator=(const NoDiskErrorBoxes&) = delete;
-
-private:
-    DWORD m_previous = 0;
-};
-
 // The roots of the drive letters in use, "C:/" as Qt writes them, from A: to Z:.
 QStringList driveRoots() {
     QStringList roots;
@@ -55,7 +41,6 @@ DriveKind kindOf(UINT driveType) {
 } // namespace
 
 Volume describeVolume(const QString& rootPath) {
-    const NoDiskErrorBoxes noBoxes;
     const std::wstring nativeRoot = QDir::toNativeSeparators(rootPath).toStdWString();
     wchar_t name[MAX_PATH + 1] = {};
     // Fails when there is no disk in the drive (or a network drive is not connected); such a
@@ -67,6 +52,11 @@ Volume describeVolume(const QString& rootPath) {
     volume.label = driveLabel(rootPath.left(2), QString::fromWCharArray(name),
                               kindOf(GetDriveTypeW(nativeRoot.c_str())), ready);
     return volume;
+}
+
+// Process-wide, as Windows advises every program to set it at start.
+void quietNoDiskErrors() {
+    SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS);
 }
 
 // The letters in use, from a bit mask the system keeps: no drive is asked anything.
