@@ -3,7 +3,6 @@
 
 #include "MainWindowFixture.h"
 
-#include "app/StatusColours.h"
 #include "app/StatusReports.h"
 #include "workspace/Volumes.h"
 
@@ -147,7 +146,7 @@ void WindowTest::startUpLeavesTheDesignedState() {
     QCOMPARE(f.on(switchedItems), enabled);
     QCOMPARE(MainWindowFixture::texts(*w.lstDevice), listed);
     QCOMPARE(w.txtStatus->text(), QStringLiteral("Select drive, folder and file."));
-    QCOMPARE(w.txtStatus->palette().color(QPalette::Base), StatusColours::yellow());
+    QCOMPARE(w.txtStatus->palette().color(QPalette::Base), QColor(255, 255, 0));
     if (!answer.isEmpty())
         QCOMPARE(QFileInfo(f.device(answer) + QStringLiteral("/symtable.txt")).size(), 1984);
     if (w.File1->isVisible())
