@@ -148,8 +148,8 @@ private:
         if (row.status != QLatin1String("="))
             status = row.status == QLatin1String("(file)") ? source : row.status;
         if (row.colour != QLatin1String("="))
-            colour = row.colour == QLatin1String("cyan") ? QColor(0, 255, 255)
-                                                         : QColor(255, 255, 0);
+            colour =
+                row.colour == QLatin1String("cyan") ? QColor(0, 255, 255) : QColor(255, 255, 0);
         if (!row.message.isEmpty())
             messages.append(row.message);
     }
