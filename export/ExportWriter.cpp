@@ -19,16 +19,10 @@
 #include <algorithm>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <functional>
 #include <system_error>
-
-#ifdef Q_OS_UNIX
-#include <fcntl.h>
-#include <unistd.h>
-#endif
 
 namespace {
 
@@ -95,16 +89,12 @@ class ExportFile : public QFile {
 protected:
     qint64 writeData(const char* data, qint64 size) override {
         const qint64 written = QFile::writeData(data, size);
-#ifdef Q_OS_LINUX
         constexpr qint64 writebackStep = 4 * 1024 * 1024;
         m_unsubmitted += std::max<qint64>(written, 0);
         if (m_unsubmitted >= writebackStep) {
             m_unsubmitted = 0;
-            // The whole file (offset 0, length 0): pages already on their way are left alone,
-            // and the call does not wait. A failure shows in the fsync, which still follows.
-            ::sync_file_range(handle(), 0, 0, SYNC_FILE_RANGE_WRITE);
+            DiskFiles::startWriteback(*this);
         }
-#endif
         return written;
     }
 

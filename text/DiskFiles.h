@@ -29,6 +29,15 @@ bool openUnique(QFile& file, const QString& folder, const QString& prefix,
 
 enum class Move { Done, TargetExists, Failed };
 
+// Opens the file, which must not be open, for writing (with the extra modes) as a file of the
+// folder that has no name yet, where the system can make one (Linux's O_TMPFILE): a file that
+// is never named leaves nothing behind, whatever ends the program. False where it can't.
+bool openUnnamed(QFile& file, const QString& folder, QIODevice::OpenMode extra = {});
+
+// Gives a file that openUnnamed() opened the name, which must not be taken: TargetExists when
+// it is. On Failed, reason says why.
+Move nameUnnamed(QFileDevice& file, const QString& name, QString& reason);
+
 // Gives the file at from the name to (and shows it on Windows), refusing to replace anything that
 // holds that name, even a file that appeared after the name was found free: the test and the move
 // are one step of the file system. On Failed, reason says why.
@@ -54,6 +63,15 @@ void hideWhileWritten(const QString& path);
 // Whether the file is hidden from the user's file manager by the system's own mark: always
 // false where a leading dot is all that hides a file.
 bool isHidden(const QString& path);
+
+// Has the system start writing to the disk what was written to the open file so far, without
+// waiting for it, where it can (Linux), so that a later syncToDisk() has less to wait for.
+void startWriteback(QFileDevice& file);
+
+// Why the last write to the open file stopped short, asked of the system by writing one more
+// byte: empty where the system can't be asked (Windows) or does not say. Only for a file that
+// is discarded after the failure.
+QString whyWriteStopped(QFileDevice& file);
 
 // Waits until what was written to the open file is on the disk; the reason when it can't be.
 QString syncToDisk(QFileDevice& file);

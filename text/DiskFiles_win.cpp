@@ -100,6 +100,23 @@ QString whyNotReplaced(const QString& path, const QString& reason) {
     return GetLastError() == ERROR_SHARING_VIOLATION ? heldByAnotherProgram() : reason;
 }
 
+// Windows has no file without a name.
+bool openUnnamed(QFile&, const QString&, QIODevice::OpenMode) {
+    return false;
+}
+
+Move nameUnnamed(QFileDevice&, const QString&, QString& reason) {
+    reason = systemReason(ERROR_NOT_SUPPORTED);
+    return Move::Failed;
+}
+
+void startWriteback(QFileDevice&) {}
+
+// A failed WriteFile has already said why.
+QString whyWriteStopped(QFileDevice&) {
+    return {};
+}
+
 QString syncToDisk(QFileDevice& file) {
     const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(file.handle()));
     if (handle == INVALID_HANDLE_VALUE || !FlushFileBuffers(handle))
