@@ -1,6 +1,7 @@
 #include "workspace/Volumes.h"
 
 #include "text/CodePage.h"
+#include "workspace/SystemPaths.h"
 #include "workspace/Workspace.h"
 
 #include <QDir>
@@ -15,14 +16,8 @@ namespace {
 // GarminDevice.xml is a few kilobytes; anything far larger is not the unit's file.
 constexpr qint64 maxDeviceFileSize = 4 * 1024 * 1024;
 
-constexpr Qt::CaseSensitivity pathCase =
-#ifdef Q_OS_WIN
-    Qt::CaseInsensitive;
-#else
-    Qt::CaseSensitive;
-#endif
-
 bool isUnder(const QString& path, const QString& folder) {
+    const Qt::CaseSensitivity pathCase = SystemPaths::pathCase();
     if (path.compare(folder, pathCase) == 0)
         return true;
     const QString prefix = folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');

@@ -2,6 +2,7 @@
 
 #include "text/DiskFiles.h"
 #include "workspace/NameOrder.h"
+#include "workspace/SystemPaths.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -23,36 +24,17 @@ QString chosenRoot() {
 } // namespace
 
 QString rootPath() {
-    if (const QString chosen = chosenRoot(); !chosen.isEmpty())
-        return chosen;
-#ifdef Q_OS_WIN
-    return QStringLiteral("C:/GPX");
-#else
-    return QDir::cleanPath(QDir::homePath() + QStringLiteral("/GPX"));
-#endif
+    const QString chosen = chosenRoot();
+    return chosen.isEmpty() ? SystemPaths::defaultRoot() : chosen;
 }
 
 QString displayRoot() {
-    if (const QString chosen = chosenRoot(); !chosen.isEmpty())
-        return displayPath(chosen);
-#ifdef Q_OS_WIN
-    return QStringLiteral("C:\\GPX");
-#else
-    return QStringLiteral("~/GPX");
-#endif
+    const QString chosen = chosenRoot();
+    return chosen.isEmpty() ? SystemPaths::defaultRootShown() : displayPath(chosen);
 }
 
 QString displayPath(const QString& path) {
-#ifndef Q_OS_WIN
-    const QString home = QDir::cleanPath(QDir::homePath());
-    if (home != QStringLiteral("/")) {
-        if (path == home)
-            return QStringLiteral("~");
-        if (path.startsWith(home + QLatin1Char('/')))
-            return QLatin1Char('~') + path.mid(home.size());
-    }
-#endif
-    return QDir::toNativeSeparators(path);
+    return SystemPaths::shown(path);
 }
 
 QStringList deviceNames() {
