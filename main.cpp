@@ -10,23 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
-
-// Qt's own message when no display can be opened is cryptic; say what is needed instead.
-bool haveDisplay() {
-#if defined(Q_OS_LINUX)
-    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
-    if (!platform.isEmpty() && !platform.startsWith("xcb") && !platform.startsWith("wayland"))
-        return true;
-    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
-           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
-#else
-    return true;
-#endif
-}
-
-} // namespace
-
 int main(int argc, char* argv[]) {
     quietNoDiskErrors();
     // Help, version and the subcommands answer without a display, so no window system is
@@ -36,7 +19,8 @@ int main(int argc, char* argv[]) {
         CommandLine::describeApplication();
         return CommandLine::run(QCoreApplication::arguments());
     }
-    if (!haveDisplay()) {
+    // Qt's own message when no display can be opened is cryptic; say what is needed instead.
+    if (!Console::hasDisplay()) {
         std::fputs("Tarnwick is a desktop program and needs a graphical display, but none was "
                    "found (DISPLAY and WAYLAND_DISPLAY are not set).\n"
                    "Start it from a desktop session, or without one under a virtual display:\n"

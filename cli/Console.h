@@ -34,6 +34,10 @@ private:
     Stream m_stream;
 };
 
+// Whether a window can be shown: on Linux a display must be named (DISPLAY, WAYLAND_DISPLAY)
+// unless Qt is told to use another platform; Windows always has one.
+bool hasDisplay();
+
 // Whether anything written to standard error reaches someone: a program started from Explorer
 // or a shortcut on Windows has nowhere to write it.
 bool hasStandardError();

@@ -1,5 +1,7 @@
 #include "cli/Console.h"
 
+#include <QByteArray>
+
 #include <cstdio>
 
 namespace Console {
@@ -9,6 +11,14 @@ void write(Stream stream, QByteArrayView utf8) {
     std::FILE* file = stream == Stream::Output ? stdout : stderr;
     std::fwrite(utf8.data(), 1, size_t(utf8.size()), file);
     std::fflush(file);
+}
+
+bool hasDisplay() {
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    if (!platform.isEmpty() && !platform.startsWith("xcb") && !platform.startsWith("wayland"))
+        return true;
+    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
 // A terminal, a file or the session's journal.

@@ -33,6 +33,10 @@ void write(Stream stream, QByteArrayView utf8) {
     std::fflush(file);
 }
 
+bool hasDisplay() {
+    return true;
+}
+
 bool hasStandardError() {
     const HANDLE handle = GetStdHandle(STD_ERROR_HANDLE);
     return handle != nullptr && handle != INVALID_HANDLE_VALUE &&
