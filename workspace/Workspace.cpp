@@ -7,6 +7,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -71,21 +72,32 @@ qsizetype removeLeftovers(const QDateTime& now) {
     static const QStringList prefixes = {QStringLiteral("TEMP.TMP."),
                                          QStringLiteral(".tarnwick-copy-"),
                                          QStringLiteral(".tarnwick-export-")};
+    static const QStringList patterns = [] {
+        QStringList list;
+        for (const QString& prefix : prefixes)
+            list.append(prefix + u'*');
+        return list;
+    }();
     const QDateTime cutoff = now.addSecs(-leftoverAge);
+    const QDir root(rootPath());
     qsizetype removed = 0;
-    const auto files = QDir::Files | QDir::Hidden | QDir::System;
     for (const QString& device : deviceNames()) {
-        const QString deviceFolder = QDir(rootPath()).filePath(device);
-        QStringList folders{deviceFolder};
-        for (const QString& sub : QDir(deviceFolder).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
-            folders.append(QDir(deviceFolder).filePath(sub));
+        const QDir deviceFolder(root.filePath(device));
+        QStringList folders{deviceFolder.path()};
+        for (const QString& sub : deviceFolder.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+            folders.append(deviceFolder.filePath(sub));
+        // Only names that begin as the program's own are looked at further: an output folder
+        // may hold thousands of exports. (The patterns ignore letter case.)
         for (const QString& folder : std::as_const(folders)) {
-            for (const QFileInfo& file : QDir(folder).entryInfoList(files)) {
+            const QDir dir(folder);
+            for (const QString& name :
+                 dir.entryList(patterns, QDir::Files | QDir::Hidden | QDir::System)) {
                 const bool ours = std::any_of(prefixes.begin(), prefixes.end(), [&](const auto& p) {
-                    return DiskFiles::isTemporaryName(file.fileName(), p);
+                    return DiskFiles::isTemporaryName(name, p);
                 });
+                const QString path = dir.filePath(name);
                 // Windows refuses to remove a file that a running export still has open.
-                if (ours && file.lastModified() <= cutoff && QFile::remove(file.filePath()))
+                if (ours && QFileInfo(path).lastModified() <= cutoff && QFile::remove(path))
                     ++removed;
             }
         }
