@@ -29,20 +29,23 @@ DWORD attributesOf(const std::wstring& path) {
     return GetFileAttributesW(path.c_str());
 }
 
+void setHidden(const std::wstring& path, bool hidden) {
+    const DWORD attributes = attributesOf(path);
+    const DWORD wanted =
+        hidden ? attributes | FILE_ATTRIBUTE_HIDDEN : attributes & ~DWORD(FILE_ATTRIBUTE_HIDDEN);
+    if (attributes != INVALID_FILE_ATTRIBUTES && wanted != attributes)
+        SetFileAttributesW(path.c_str(), wanted);
+}
+
 // A temporary file takes its name visible: the move keeps the hidden mark.
 void show(const std::wstring& path) {
-    const DWORD attributes = attributesOf(path);
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_HIDDEN))
-        SetFileAttributesW(path.c_str(), attributes & ~DWORD(FILE_ATTRIBUTE_HIDDEN));
+    setHidden(path, false);
 }
 
 } // namespace
 
 void hideWhileWritten(const QString& path) {
-    const std::wstring native = nativePath(path);
-    const DWORD attributes = attributesOf(native);
-    if (attributes != INVALID_FILE_ATTRIBUTES)
-        SetFileAttributesW(native.c_str(), attributes | FILE_ATTRIBUTE_HIDDEN);
+    setHidden(nativePath(path), true);
 }
 
 bool isHidden(const QString& path) {
@@ -77,7 +80,7 @@ bool replace(const QString& from, const QString& to, QString& reason) {
         if (!held || attempt == 9) {
             // Access is denied, too, when the file is open without leave to delete it; a
             // file that is read-only or a folder that can't be written say so themselves.
-            const DWORD attributes = GetFileAttributesW(nativePath(to).c_str());
+            const DWORD attributes = attributesOf(nativePath(to));
             const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES &&
                                   (attributes & FILE_ATTRIBUTE_READONLY) != 0;
             reason = held && !readOnly ? heldByAnotherProgram() : systemReason(error);
