@@ -3,37 +3,9 @@
 #include "workspace/Volumes.h"
 
 #include <QFileInfo>
-#include <QMap>
 #include <QStorageInfo>
 
 #include <algorithm>
-
-namespace {
-
-// The user volumes as the system reports them, the root file system first. A mount point
-// can be mounted over; the last mount is the one that shows.
-QList<QStorageInfo> userMounts() {
-    QMap<QString, QStorageInfo> mounts;
-    for (const QStorageInfo& storage : QStorageInfo::mountedVolumes()) {
-        if (isUserVolume(storage.rootPath(), storage.fileSystemType()))
-            mounts.insert(storage.rootPath(), storage);
-    }
-    const QStorageInfo systemRoot = QStorageInfo::root();
-    mounts.insert(systemRoot.rootPath(), systemRoot);
-
-    QList<QStorageInfo> result;
-    for (const QStorageInfo& storage : std::as_const(mounts)) {
-        // Containers bind single files (/etc/hosts) as mounts; only folders are volumes.
-        if (QFileInfo(storage.rootPath()).isDir())
-            result.append(storage);
-    }
-    std::stable_partition(result.begin(), result.end(), [&](const QStorageInfo& storage) {
-        return storage.rootPath() == systemRoot.rootPath();
-    });
-    return result;
-}
-
-} // namespace
 
 Volume describeVolume(const QString& rootPath) {
     const QStorageInfo storage(rootPath);
@@ -47,9 +19,23 @@ Volume describeVolume(const QString& rootPath) {
 
 void quietNoDiskErrors() {}
 
+// The user volumes as the system reports them, by mount point, the root file system first.
 QList<Volume> mountedRoots() {
+    const QString systemRoot = QStorageInfo::root().rootPath();
+    QStringList roots{systemRoot};
+    for (const QStorageInfo& storage : QStorageInfo::mountedVolumes()) {
+        if (isUserVolume(storage.rootPath(), storage.fileSystemType()))
+            roots.append(storage.rootPath());
+    }
+    roots.sort();
+    roots.removeDuplicates(); // a mount point mounted over
     QList<Volume> volumes;
-    for (const QStorageInfo& storage : userMounts())
-        volumes.append(Volume{storage.rootPath(), storage.rootPath(), {}, {}});
+    for (const QString& root : std::as_const(roots)) {
+        // Containers bind single files (/etc/hosts) as mounts; only folders are volumes.
+        if (QFileInfo(root).isDir())
+            volumes.append(Volume{root, root, {}, {}});
+    }
+    std::stable_partition(volumes.begin(), volumes.end(),
+                          [&](const Volume& volume) { return volume.rootPath == systemRoot; });
     return volumes;
 }

@@ -10,17 +10,6 @@
 
 namespace {
 
-// The roots of the drive letters in use, "C:/" as Qt writes them, from A: to Z:.
-QStringList driveRoots() {
-    QStringList roots;
-    const DWORD letters = GetLogicalDrives();
-    for (int i = 0; i < 26; ++i) {
-        if (letters & (DWORD(1) << i))
-            roots.append(QChar(u'A' + i) + QStringLiteral(":/"));
-    }
-    return roots;
-}
-
 DriveKind kindOf(UINT driveType) {
     switch (driveType) {
     case DRIVE_REMOVABLE:
@@ -59,10 +48,16 @@ void quietNoDiskErrors() {
     SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS);
 }
 
-// The letters in use, from a bit mask the system keeps: no drive is asked anything.
+// The letters in use, from A: to Z:, from a bit mask the system keeps: no drive is asked
+// anything. Each root is "C:/" as Qt writes it.
 QList<Volume> mountedRoots() {
     QList<Volume> volumes;
-    for (const QString& root : driveRoots())
-        volumes.append(Volume{root, root.left(2), {}, {}});
+    const DWORD letters = GetLogicalDrives();
+    for (int i = 0; i < 26; ++i) {
+        if (letters & (DWORD(1) << i)) {
+            const QString letter = QChar(u'A' + i) + QStringLiteral(":");
+            volumes.append(Volume{letter + u'/', letter, {}, {}});
+        }
+    }
     return volumes;
 }
