@@ -43,8 +43,7 @@ void frmForm1::mnuSwitchDevice_Click() {
 
     lstDevice->clear();
     lstDevice->addItems(Workspace::deviceNames());
-    lstDevice->setCurrentRow(-1);
-    lstDevice->clearSelection();
+    lstDevice->setCurrentRow(-1); // nothing picked: a list filled anew has no selection
 
     lstDevice->show();
     lblDevice->setText(QStringLiteral("SELECT DEVICE"));
