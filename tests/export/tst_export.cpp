@@ -177,7 +177,8 @@ private slots:
         const QString trackHeadings = "  240|TRACK NAME 6240|BLANK 0| 0|";
         const QString favoriteHeadings = "  240|NAME 4440|FAVORITE'S XML CODE 0|SYMBOL 1560|" +
                                          DecodeXmlEntities(names.section('<', 0, 0));
-        for (QAction* load : {w.mnuSelectFavorites, w.mnuSelectTracks, w.mnuSelectFavorites}) {
+        for (QAction* load :
+             {w.mnuSelectTracks, w.mnuSelectFavorites, w.mnuSelectTracks, w.mnuSelectFavorites}) {
             load->trigger();
             QCOMPARE(headings(*w.Grid1),
                      load == w.mnuSelectTracks ? trackHeadings : favoriteHeadings);
